@@ -1,0 +1,133 @@
+// The one event loop of the process: clock, timers, socket watches, DoEvents
+// and Wait. Everything runs on one thread; handlers may nest, since a timer can
+// fire inside another handler's Wait (itself included).
+//
+// Nesting bound: a timer whose handler is already running kMaxTimerNesting
+// times is passed over for that turn, and a socket watch never runs inside its
+// own callback. A fault that makes handlers slow therefore cannot grow the
+// stack without end.
+#pragma once
+
+#include <poll.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "core/civil_time.h"
+
+namespace tarnex {
+
+// Where time comes from and how the loop blocks: the host's clocks, or a
+// virtual clock that jumps to the next deadline when nothing is ready.
+class TimeSource {
+ public:
+  virtual ~TimeSource() = default;
+  // Milliseconds on a monotonic clock.
+  virtual int64_t MonotonicMs() const = 0;
+  // Local wall time.
+  virtual CivilTime Now() const = 0;
+  // Waits until a descriptor is ready or the monotonic clock reaches
+  // `deadline_ms` (INT64_MAX: no deadline). Returns what poll(2) returns.
+  virtual int Poll(std::vector<pollfd>& fds, int64_t deadline_ms) = 0;
+};
+
+// The host's clocks: CLOCK_MONOTONIC, CLOCK_REALTIME in local time, poll(2).
+class RealTimeSource : public TimeSource {
+ public:
+  int64_t MonotonicMs() const override;
+  CivilTime Now() const override;
+  int Poll(std::vector<pollfd>& fds, int64_t deadline_ms) override;
+};
+
+// A virtual clock starting at a given local time. With speed 0 ("max") time
+// moves only when nothing is ready, straight to the next deadline; with a
+// speed of N it is paced to N virtual seconds per real second, so that real
+// sockets can take part.
+class VirtualTimeSource : public TimeSource {
+ public:
+  VirtualTimeSource(const CivilTime& start, double speed);
+  int64_t MonotonicMs() const override { return now_ms_; }
+  CivilTime Now() const override { return FromEpochMillis(start_epoch_ms_ + now_ms_); }
+  int Poll(std::vector<pollfd>& fds, int64_t deadline_ms) override;
+  void Advance(int64_t ms) { now_ms_ += ms; }
+
+ private:
+  int64_t start_epoch_ms_;
+  int64_t now_ms_ = 0;
+  double speed_;
+};
+
+class EventLoop {
+ public:
+  static constexpr int kMaxTimerNesting = 2;
+  static constexpr int kMaxInterval = 65535;
+
+  using Handler = std::function<void()>;
+  using FdHandler = std::function<void(short revents)>;
+
+  explicit EventLoop(TimeSource& time);
+  ~EventLoop();
+  EventLoop(const EventLoop&) = delete;
+  EventLoop& operator=(const EventLoop&) = delete;
+
+  int64_t MonotonicMs() const { return time_.MonotonicMs(); }
+  CivilTime Now() const { return time_.Now(); }
+  // Seconds since midnight, with the fraction (the legacy Timer function).
+  double Timer() const { return SecondsSinceMidnight(time_.Now()); }
+
+  // Timers start disabled with an interval of 0 (which never fires).
+  int AddTimer(Handler handler);
+  // Setting the interval re-arms an enabled timer from now. An interval
+  // outside 0..65535 is refused and the previous one stays.
+  bool SetTimerInterval(int id, int64_t ms);
+  int TimerInterval(int id) const;
+  void SetTimerEnabled(int id, bool enabled);
+  bool TimerEnabled(int id) const;
+
+  // Watches a descriptor; `events` as for poll(2).
+  int WatchFd(int fd, short events, FdHandler handler);
+  void SetWatchEvents(int id, short events);
+  void Unwatch(int id);
+
+  // Runs once what is ready now (descriptors, due timers) and returns.
+  void DoEvents();
+  // Keeps running events until `ms` has passed.
+  void Wait(int64_t ms);
+  // Runs until Stop().
+  void Run();
+  void Stop() { stopping_ = true; }
+  bool Stopping() const { return stopping_; }
+  // How deep handlers are nested right now (0 outside any handler).
+  int Depth() const { return depth_; }
+
+ private:
+  struct TimerRec {
+    Handler handler;
+    int64_t interval = 0;
+    bool enabled = false;
+    int64_t due = 0;
+    int active = 0;
+  };
+  struct WatchRec {
+    int fd;
+    short events;
+    FdHandler handler;
+    bool active = false;
+  };
+
+  // One turn: waits until `deadline` at most, then dispatches what is ready.
+  void Turn(int64_t deadline);
+  int64_t NextTimerDue() const;
+
+  TimeSource& time_;
+  std::map<int, std::shared_ptr<TimerRec>> timers_;
+  std::map<int, std::shared_ptr<WatchRec>> watches_;
+  int next_id_ = 1;
+  int depth_ = 0;
+  bool stopping_ = false;
+};
+
+}  // namespace tarnex

@@ -1,0 +1,83 @@
+// The Linux host as the machine the system supervises.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/counter_table.h"
+#include "platform/files.h"
+#include "platform/native/instance_lock.h"
+#include "platform/platform.h"
+
+namespace tarnex {
+
+struct LinuxOptions {
+  std::string app_path;                          // host path of the installation folder
+  std::string executable;                        // host path of this program
+  std::string boot_dir = "/etc/systemd/system";  // where the start-at-boot unit goes
+  bool answer = false;                           // the answer to yes/no questions
+};
+
+// One line of /proc/stat: the jiffies of a processor (or of all, "cpu").
+struct CpuTimes {
+  std::string name;  // "cpu", "cpu0", ...
+  unsigned long long user = 0, nice = 0, system = 0, idle = 0, iowait = 0, irq = 0, softirq = 0,
+                     steal = 0;
+  unsigned long long Total() const {
+    return user + nice + system + idle + iowait + irq + softirq + steal;
+  }
+  unsigned long long Idle() const { return idle + iowait; }
+};
+
+// The processor lines of a /proc/stat text.
+std::vector<CpuTimes> ParseProcStat(const std::string& text);
+
+class LinuxCounters : public CounterTable {
+ public:
+  explicit LinuxCounters(std::string proc_root = "/proc") : proc_root_(std::move(proc_root)) {}
+  // The last two samples of /proc/stat; a rate needs both.
+  const std::vector<CpuTimes>& previous() const { return previous_; }
+  const std::vector<CpuTimes>& current() const { return current_; }
+
+ protected:
+  std::unique_ptr<CounterSource> Resolve(const std::string& local_path) override;
+  void BeginCollection() override;
+  bool Instances(const std::string& object, std::vector<std::string>& instances) override;
+
+ private:
+  std::string proc_root_;
+  std::vector<CpuTimes> previous_, current_;
+};
+
+class LinuxPlatform : public Platform {
+ public:
+  explicit LinuxPlatform(LinuxOptions options);
+
+  EventLoop& Loop() override { return loop_; }
+  PerfCounters& Counters() override { return counters_; }
+  Files& Fs() override { return files_; }
+  std::string Environment(const std::string& name) override;
+  void ShowMessage(const std::string& text) override;
+  bool AskYesNo(const std::string& text) override;
+  void RaisePriority() override;
+  bool FirstInstance(const std::string& app_path) override;
+  bool SetStartAtBoot(const std::string& program) override;
+  bool DeleteStartAtBoot() override;
+  int64_t FindProcessByPath(const std::string& path) override;
+  bool CloseProcessWindow(int64_t pid) override;
+  bool ShellOpen(const std::string& file, const std::string& parameters,
+                 const std::string& folder) override;
+
+  static constexpr const char* kUnitName = "tarnex-server.service";
+
+ private:
+  LinuxOptions options_;
+  RealTimeSource time_;
+  EventLoop loop_{time_};
+  LinuxCounters counters_;
+  Files files_;
+  InstanceLock lock_;
+};
+
+}  // namespace tarnex

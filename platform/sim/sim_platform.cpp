@@ -1,0 +1,276 @@
+#include "platform/sim/sim_platform.h"
+
+#include <cctype>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+namespace tarnex {
+
+namespace {
+
+std::string Lower(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+// A counter source that follows its series, one step per collection.
+class SeriesSource : public CounterSource {
+ public:
+  SeriesSource(const SimSeries& series, const SimCounters& owner)
+      : series_(series), owner_(owner) {}
+  void Collect() override { collected_at_ = owner_.collections(); }
+  bool Valid() const override { return collected_at_ > 0; }
+  double Value() const override { return series_.At(collected_at_); }
+
+ private:
+  const SimSeries& series_;
+  const SimCounters& owner_;
+  int64_t collected_at_ = 0;
+};
+
+bool ParseSeries(const nlohmann::json& spec, SimSeries& out, std::string& error) {
+  out.segments.clear();
+  if (spec.is_number()) {
+    out.segments.emplace_back(spec.get<double>(), 1);
+    return true;
+  }
+  if (!spec.is_array()) {
+    error = "a counter must be a number or an array of segments";
+    return false;
+  }
+  for (const auto& seg : spec) {
+    if (seg.is_number()) {
+      out.segments.emplace_back(seg.get<double>(), 1);
+    } else if (seg.is_object() && seg.contains("value") && seg["value"].is_number()) {
+      int64_t count = 1;
+      for (const auto& [key, value] : seg.items()) {
+        if (key == "for") {
+          if (!value.is_number_integer() || value.get<int64_t>() < 1) {
+            error = "\"for\" must be a whole number of at least 1";
+            return false;
+          }
+          count = value.get<int64_t>();
+        } else if (key != "value") {
+          error = "unknown key '" + key + "' in a counter segment";
+          return false;
+        }
+      }
+      out.segments.emplace_back(seg["value"].get<double>(), count);
+    } else {
+      error = "a segment must be a number or {\"value\": V, \"for\": N}";
+      return false;
+    }
+  }
+  if (out.segments.empty()) {
+    error = "a counter needs at least one segment";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::optional<CivilTime> ParseCivilTime(const std::string& text) {
+  CivilTime t;
+  char extra = 0;
+  if (std::sscanf(text.c_str(), "%d-%d-%d %d:%d:%d%c", &t.year, &t.month, &t.day, &t.hour,
+                  &t.minute, &t.second, &extra) != 6) {
+    return std::nullopt;
+  }
+  if (t.month < 1 || t.month > 12 || t.day < 1 || t.hour < 0 || t.hour > 23 || t.minute < 0 ||
+      t.minute > 59 || t.second < 0 || t.second > 59) {
+    return std::nullopt;
+  }
+  const CivilTime round_trip = FromEpochMillis(ToEpochMillis(t));
+  if (!(round_trip == t)) return std::nullopt;  // 31 April and the like
+  return t;
+}
+
+double SimSeries::At(int64_t collection) const {
+  int64_t seen = 0;
+  for (const auto& [value, count] : segments) {
+    seen += count;
+    if (collection <= seen) return value;
+  }
+  return segments.empty() ? 0.0 : segments.back().first;
+}
+
+std::unique_ptr<CounterSource> SimCounters::Resolve(const std::string& local_path) {
+  auto it = series.find(Lower(local_path));
+  if (it == series.end()) return nullptr;
+  return std::make_unique<SeriesSource>(it->second, *this);
+}
+
+bool SimCounters::Instances(const std::string& object, std::vector<std::string>& instances) {
+  auto it = objects.find(Lower(object));
+  if (it == objects.end()) return false;
+  instances = it->second;
+  return true;
+}
+
+std::unique_ptr<SimPlatform> SimPlatform::Load(const SimOptions& options, std::string& error) {
+  std::ifstream in(options.scenario_path, std::ios::binary);
+  if (!in) {
+    error = "cannot read scenario file '" + options.scenario_path + "'";
+    return nullptr;
+  }
+  std::stringstream text;
+  text << in.rdbuf();
+  auto sim = FromText(text.str(), options, error);
+  if (!sim) error = "scenario '" + options.scenario_path + "': " + error;
+  return sim;
+}
+
+std::unique_ptr<SimPlatform> SimPlatform::FromText(const std::string& json,
+                                                   const SimOptions& options, std::string& error) {
+  const nlohmann::json doc = nlohmann::json::parse(json, nullptr, false);
+  if (doc.is_discarded() || !doc.is_object()) {
+    error = "not a JSON object";
+    return nullptr;
+  }
+  std::unique_ptr<SimPlatform> sim(new SimPlatform());
+  sim->options_ = options;
+  std::optional<CivilTime> start;
+  for (const auto& [key, value] : doc.items()) {
+    if (key == "start") {
+      if (!value.is_string() || !(start = ParseCivilTime(value.get<std::string>()))) {
+        error = "\"start\" must be a text \"YYYY-MM-DD HH:MM:SS\"";
+        return nullptr;
+      }
+    } else if (key == "env") {
+      if (!value.is_object()) {
+        error = "\"env\" must be an object of texts";
+        return nullptr;
+      }
+      for (const auto& [name, v] : value.items()) {
+        if (!v.is_string()) {
+          error = "env value '" + name + "' must be a text";
+          return nullptr;
+        }
+        sim->env_[name] = v.get<std::string>();
+      }
+    } else if (key == "counters") {
+      if (!value.is_object()) {
+        error = "\"counters\" must be an object";
+        return nullptr;
+      }
+      for (const auto& [path, spec] : value.items()) {
+        SimSeries series;
+        if (!ParseSeries(spec, series, error)) {
+          error = "counter '" + path + "': " + error;
+          return nullptr;
+        }
+        sim->counters_.series[Lower(CounterTable::LocalPart(path))] = series;
+      }
+    } else if (key == "objects") {
+      if (!value.is_object()) {
+        error = "\"objects\" must be an object";
+        return nullptr;
+      }
+      for (const auto& [object, list] : value.items()) {
+        std::vector<std::string> names;
+        if (!list.is_array()) {
+          error = "object '" + object + "' must list its instances";
+          return nullptr;
+        }
+        for (const auto& n : list) {
+          if (!n.is_string()) {
+            error = "object '" + object + "': instance names are texts";
+            return nullptr;
+          }
+          names.push_back(n.get<std::string>());
+        }
+        sim->counters_.objects[Lower(object)] = names;
+      }
+    } else if (key == "dirs") {
+      if (!value.is_array()) {
+        error = "\"dirs\" must be an array of folder names";
+        return nullptr;
+      }
+      for (const auto& d : value) {
+        if (!d.is_string()) {
+          error = "\"dirs\" must be an array of folder names";
+          return nullptr;
+        }
+        sim->files_.DeclareFolder(d.get<std::string>());
+      }
+    } else if (key == "screen") {
+      if (!value.is_array() || value.size() != 2 || !value[0].is_number() ||
+          !value[1].is_number()) {
+        error = "\"screen\" must be [width, height] in twips";
+        return nullptr;
+      }
+      sim->screen_ = std::make_pair(value[0].get<double>(), value[1].get<double>());
+    } else {
+      error = "unknown key '" + key + "'";
+      return nullptr;
+    }
+  }
+  if (options.start) start = options.start;
+  if (!start) start = RealTimeSource().Now();
+  start->millis = 0;
+  sim->time_ = std::make_unique<VirtualTimeSource>(*start, options.speed);
+  sim->loop_ = std::make_unique<EventLoop>(*sim->time_);
+  return sim;
+}
+
+std::string SimPlatform::Environment(const std::string& name) {
+  auto it = env_.find(name);
+  return it == env_.end() ? std::string() : it->second;
+}
+
+void SimPlatform::ShowMessage(const std::string& text) {
+  messages.push_back(text);
+  if (!options_.quiet) std::cerr << "tarnex-server: message: " << text << "\n";
+}
+
+bool SimPlatform::AskYesNo(const std::string& text) {
+  questions.push_back(text);
+  return options_.answer;
+}
+
+bool SimPlatform::ScreenSize(double& width, double& height) {
+  if (!screen_) return false;
+  width = screen_->first;
+  height = screen_->second;
+  return true;
+}
+
+bool SimPlatform::FirstInstance(const std::string& app_path) {
+  const std::string folder = files_.Native(app_path);
+  return folder.empty() || lock_.Acquire(folder);
+}
+
+bool SimPlatform::SetStartAtBoot(const std::string& program) {
+  boot_value = program;
+  return true;
+}
+
+bool SimPlatform::DeleteStartAtBoot() {
+  boot_value.reset();
+  return true;
+}
+
+int64_t SimPlatform::FindProcessByPath(const std::string& path) {
+  for (const auto& [pid, program] : running) {
+    if (Lower(program) == Lower(path)) return pid;
+  }
+  return 0;
+}
+
+bool SimPlatform::CloseProcessWindow(int64_t pid) {
+  return running.erase(pid) != 0;
+}
+
+bool SimPlatform::ShellOpen(const std::string& file, const std::string& parameters,
+                            const std::string& folder) {
+  started.push_back(file + "|" + parameters + "|" + folder);
+  running[next_pid_++] = file;
+  return true;
+}
+
+}  // namespace tarnex

@@ -1,0 +1,99 @@
+// The simulated machine: a scenario file and a virtual clock. Deterministic,
+// and fast: a day of running takes seconds.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/counter_table.h"
+#include "platform/files.h"
+#include "platform/native/instance_lock.h"
+#include "platform/platform.h"
+
+namespace tarnex {
+
+struct SimOptions {
+  std::string scenario_path;
+  std::optional<CivilTime> start;  // overrides the scenario's start
+  double speed = 0;                // virtual seconds per real second; 0 = as fast as possible
+  bool answer = false;             // the answer to yes/no questions
+  bool quiet = false;              // keep operator messages off stderr
+};
+
+// A counter's values, one segment per collection; the last value holds.
+struct SimSeries {
+  std::vector<std::pair<double, int64_t>> segments;  // value, collections
+  double At(int64_t collection) const;               // 1 = the first collection
+};
+
+class SimCounters : public CounterTable {
+ public:
+  std::map<std::string, SimSeries> series;                  // lower-cased local paths
+  std::map<std::string, std::vector<std::string>> objects;  // lower-cased object names
+  int64_t collections() const { return collections_; }
+
+ protected:
+  std::unique_ptr<CounterSource> Resolve(const std::string& local_path) override;
+  void BeginCollection() override { ++collections_; }
+  bool Instances(const std::string& object, std::vector<std::string>& instances) override;
+
+ private:
+  int64_t collections_ = 0;
+};
+
+class SimPlatform : public Platform {
+ public:
+  // Reads the scenario; on failure returns null and says why in `error`.
+  static std::unique_ptr<SimPlatform> Load(const SimOptions& options, std::string& error);
+  // A scenario given as JSON text (tests).
+  static std::unique_ptr<SimPlatform> FromText(const std::string& json, const SimOptions& options,
+                                               std::string& error);
+
+  EventLoop& Loop() override { return *loop_; }
+  PerfCounters& Counters() override { return counters_; }
+  Files& Fs() override { return files_; }
+  std::string Environment(const std::string& name) override;
+  void ShowMessage(const std::string& text) override;
+  bool AskYesNo(const std::string& text) override;
+  bool ScreenSize(double& width, double& height) override;
+  void RaisePriority() override { priority_raised = true; }
+  bool FirstInstance(const std::string& app_path) override;
+  bool SetStartAtBoot(const std::string& program) override;
+  bool DeleteStartAtBoot() override;
+  int64_t FindProcessByPath(const std::string& path) override;
+  bool CloseProcessWindow(int64_t pid) override;
+  bool ShellOpen(const std::string& file, const std::string& parameters,
+                 const std::string& folder) override;
+
+  VirtualTimeSource& Time() { return *time_; }
+  SimCounters& Sim() { return counters_; }
+
+  // What the simulated machine saw, for tests and the model dump.
+  std::vector<std::string> messages;
+  std::vector<std::string> questions;
+  std::optional<std::string> boot_value;
+  std::map<int64_t, std::string> running;  // pid -> program path
+  std::vector<std::string> started;        // "path|parameters|folder"
+  bool priority_raised = false;
+
+ private:
+  SimPlatform() = default;
+
+  SimOptions options_;
+  std::map<std::string, std::string> env_;
+  std::optional<std::pair<double, double>> screen_;
+  std::unique_ptr<VirtualTimeSource> time_;
+  std::unique_ptr<EventLoop> loop_;
+  SimCounters counters_;
+  SimFiles files_;
+  InstanceLock lock_;
+  int64_t next_pid_ = 1000;
+};
+
+// "YYYY-MM-DD HH:MM:SS" as a local time.
+std::optional<CivilTime> ParseCivilTime(const std::string& text);
+
+}  // namespace tarnex

@@ -1,0 +1,90 @@
+// A TCP socket with the states and events of the socket control the program
+// was designed around: one object per slot, re-armed by Close and Listen, a
+// connection request handed to the handler as an identifier that Accept takes.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "platform/event_loop.h"
+
+namespace tarnex {
+
+class Winsock {
+ public:
+  enum State {
+    kClosed = 0,
+    kOpen = 1,
+    kListening = 2,
+    kConnectionPending = 3,
+    kResolvingHost = 4,
+    kHostResolved = 5,
+    kConnecting = 6,
+    kConnected = 7,
+    kClosing = 8,  // the peer closed; the owner must call Close
+    kError = 9,
+  };
+  static constexpr int kErrAddressInUse = 10048;
+  static constexpr int kErrConnectionRefused = 10061;
+  static constexpr int kErrHostNotFound = 11001;
+  static constexpr int kErrWrongState = 40006;
+  static constexpr int kErrInvalidArgument = 40020;
+
+  explicit Winsock(EventLoop& loop);
+  ~Winsock();
+  Winsock(const Winsock&) = delete;
+  Winsock& operator=(const Winsock&) = delete;
+
+  State state() const { return state_; }
+  int LocalPort() const { return local_port_; }
+  void SetLocalPort(int port) { local_port_ = port; }
+  // The port actually bound while listening (the local port, or the one the
+  // system chose when the local port is 0).
+  int BoundPort() const { return bound_port_; }
+  const std::string& RemoteHostIP() const { return remote_ip_; }
+  int RemotePort() const { return remote_port_; }
+
+  // Each returns 0 or the error number; the state is left as it was on error
+  // (except for failures of the connection itself, which set kError).
+  int Listen();
+  int Accept(intptr_t request_id);
+  int Connect(const std::string& host, int port);
+  int SendData(std::string_view bytes);
+  void Close();
+
+  // Takes every byte received so far.
+  std::string GetData();
+  size_t BytesReceived() const { return received_.size(); }
+  int LastError() const { return last_error_; }
+
+  // Events. A connection request not accepted by its handler is refused.
+  std::function<void(intptr_t request_id)> OnConnectionRequest;
+  std::function<void(size_t bytes_total)> OnDataArrival;
+  std::function<void()> OnConnect;
+  std::function<void()> OnClose;
+  std::function<void(int number, const std::string& description)> OnError;
+
+ private:
+  void Adopt(int fd, State state);
+  void UpdateWatch();
+  void OnReady(short revents);
+  void Fail(int number, const std::string& description);
+  void Release();
+
+  EventLoop& loop_;
+  State state_ = kClosed;
+  int fd_ = -1;
+  int watch_ = 0;
+  int local_port_ = 0;
+  int bound_port_ = 0;
+  std::string remote_ip_;
+  int remote_port_ = 0;
+  std::string received_;
+  std::string outgoing_;
+  int last_error_ = 0;
+  intptr_t pending_request_ = -1;
+};
+
+}  // namespace tarnex
