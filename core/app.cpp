@@ -43,12 +43,11 @@ std::optional<double> ImplicitNumber(const std::string& text) {
   return Val(t);
 }
 
-// A flag read from the settings: a failed conversion keeps the old value.
+}  // namespace
+
 void ReadFlag(const std::string& text, int32_t& flag) {
   if (auto n = ImplicitNumber(text)) flag = static_cast<int32_t>(legacy::CLng(*n));
 }
-
-}  // namespace
 
 App::App(Platform& platform, std::string app_path) : platform_(platform) {
   model_.AppPath = std::move(app_path);

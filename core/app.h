@@ -95,6 +95,10 @@ class App {
   int timer1_ = 0;
 };
 
+// A flag read from the settings ("1", "0", "True", "False"): the empty text
+// or any other text cannot be converted, and the flag keeps its value.
+void ReadFlag(const std::string& text, int32_t& flag);
+
 // Text rules of the main screen.
 std::string MinSecText(double seconds);
 std::string UpTimeText(double seconds);

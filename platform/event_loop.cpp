@@ -1,5 +1,6 @@
 #include "platform/event_loop.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -105,7 +106,10 @@ int EventLoop::TimerInterval(int id) const {
 void EventLoop::SetTimerEnabled(int id, bool enabled) {
   auto it = timers_.find(id);
   if (it == timers_.end()) return;
-  if (enabled && !it->second->enabled) it->second->due = time_.MonotonicMs() + it->second->interval;
+  if (enabled && !it->second->enabled) {
+    it->second->due = time_.MonotonicMs() + it->second->interval;
+    it->second->armed = next_armed_++;
+  }
   it->second->enabled = enabled;
 }
 
@@ -171,6 +175,10 @@ void EventLoop::Turn(int64_t deadline) {
       ready.push_back(t);
     }
   }
+  // Earliest due first; at the same due time, in the order they were enabled.
+  std::sort(ready.begin(), ready.end(), [](const auto& a, const auto& b) {
+    return a->due != b->due ? a->due < b->due : a->armed < b->armed;
+  });
   for (auto& t : ready) {
     if (stopping_) break;
     // An earlier handler of this turn may have disabled or re-armed it.
@@ -188,6 +196,9 @@ void EventLoop::DoEvents() {
 }
 
 void EventLoop::Wait(int64_t ms) {
+  // Once stopping, a turn would dispatch nothing and only block (or, on the
+  // virtual clock, move time on).
+  if (stopping_) return;
   const int64_t end = time_.MonotonicMs() + (ms > 0 ? ms : 0);
   do {
     Turn(end);

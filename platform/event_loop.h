@@ -78,7 +78,9 @@ class EventLoop {
   // Seconds since midnight, with the fraction (the legacy Timer function).
   double Timer() const { return SecondsSinceMidnight(time_.Now()); }
 
-  // Timers start disabled with an interval of 0 (which never fires).
+  // Timers start disabled with an interval of 0 (which never fires). Timers
+  // due at the same moment fire in the order they were enabled; a new
+  // interval moves the due time but not that order.
   int AddTimer(Handler handler);
   // Setting the interval re-arms an enabled timer from now. An interval
   // outside 0..65535 is refused and the previous one stays.
@@ -94,7 +96,7 @@ class EventLoop {
 
   // Runs once what is ready now (descriptors, due timers) and returns.
   void DoEvents();
-  // Keeps running events until `ms` has passed.
+  // Keeps running events until `ms` has passed; returns at once after Stop().
   void Wait(int64_t ms);
   // Runs until Stop().
   void Run();
@@ -109,6 +111,7 @@ class EventLoop {
     int64_t interval = 0;
     bool enabled = false;
     int64_t due = 0;
+    uint64_t armed = 0;  // when it was last enabled, for the firing order
     int active = 0;
   };
   struct WatchRec {
@@ -126,6 +129,7 @@ class EventLoop {
   std::map<int, std::shared_ptr<TimerRec>> timers_;
   std::map<int, std::shared_ptr<WatchRec>> watches_;
   int next_id_ = 1;
+  uint64_t next_armed_ = 1;
   int depth_ = 0;
   bool stopping_ = false;
 };

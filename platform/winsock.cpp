@@ -8,14 +8,23 @@
 
 #include <cerrno>
 #include <cstring>
+#include <set>
 
 namespace tarnex {
 
 namespace {
 
-// The request most recently taken by Accept, on any control: a listener
-// refuses its request when its handler returns without anyone accepting it.
-intptr_t g_accepted_request = -1;
+// Connection requests handed to a handler and not yet taken by Accept, on any
+// control. A listener refuses its request when the handler returns with the
+// request still here; handlers nest, so more than one can be waiting.
+std::set<intptr_t>& WaitingRequests() {
+  static std::set<intptr_t> requests;
+  return requests;
+}
+
+bool ValidPort(int port) {
+  return port >= 0 && port <= 65535;
+}
 
 std::string PeerAddress(int fd, int& port) {
   sockaddr_in addr{};
@@ -52,7 +61,7 @@ void Winsock::Close() {
 }
 
 int Winsock::Listen() {
-  if (state_ != kClosed) return last_error_ = kErrInvalidArgument;
+  if (state_ != kClosed || !ValidPort(local_port_)) return last_error_ = kErrInvalidArgument;
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (fd < 0) return last_error_ = kErrAddressInUse;
   const int on = 1;
@@ -73,15 +82,17 @@ int Winsock::Listen() {
 }
 
 int Winsock::Accept(intptr_t request_id) {
-  if (state_ != kClosed || request_id < 0) return last_error_ = kErrInvalidArgument;
-  g_accepted_request = request_id;
+  if (state_ != kClosed) return last_error_ = kErrInvalidArgument;
+  // Only a request whose handler is still running can be taken; any other
+  // number may by now name a descriptor owned by someone else.
+  if (WaitingRequests().erase(request_id) == 0) return last_error_ = kErrInvalidArgument;
   Adopt(static_cast<int>(request_id), kConnected);
   remote_ip_ = PeerAddress(fd_, remote_port_);
   return 0;
 }
 
 int Winsock::Connect(const std::string& host, int port) {
-  if (state_ != kClosed) return last_error_ = kErrInvalidArgument;
+  if (state_ != kClosed || !ValidPort(port)) return last_error_ = kErrInvalidArgument;
   state_ = kResolvingHost;
   addrinfo hints{};
   hints.ai_family = AF_INET;
@@ -159,9 +170,9 @@ void Winsock::OnReady(short revents) {
   if (state_ == kListening) {
     const int fd = ::accept4(fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd < 0) return;
-    g_accepted_request = -1;
+    WaitingRequests().insert(fd);
     if (OnConnectionRequest) OnConnectionRequest(fd);
-    if (g_accepted_request != fd) ::close(fd);
+    if (WaitingRequests().erase(fd) != 0) ::close(fd);
     return;
   }
   if (state_ == kConnecting) {

@@ -59,7 +59,8 @@ class Winsock {
   size_t BytesReceived() const { return received_.size(); }
   int LastError() const { return last_error_; }
 
-  // Events. A connection request not accepted by its handler is refused.
+  // Events. A connection request not accepted while its handler runs is
+  // refused, and its identifier is no longer accepted.
   std::function<void(intptr_t request_id)> OnConnectionRequest;
   std::function<void(size_t bytes_total)> OnDataArrival;
   std::function<void()> OnConnect;
@@ -84,7 +85,6 @@ class Winsock {
   std::string received_;
   std::string outgoing_;
   int last_error_ = 0;
-  intptr_t pending_request_ = -1;
 };
 
 }  // namespace tarnex

@@ -17,19 +17,18 @@ std::string Lower(std::string text) {
   return text;
 }
 
-// A counter source that follows its series, one step per collection.
+// A counter source that follows its series, one step per collection of its
+// query, from the first collection after it was added.
 class SeriesSource : public CounterSource {
  public:
-  SeriesSource(const SimSeries& series, const SimCounters& owner)
-      : series_(series), owner_(owner) {}
-  void Collect() override { collected_at_ = owner_.collections(); }
-  bool Valid() const override { return collected_at_ > 0; }
-  double Value() const override { return series_.At(collected_at_); }
+  explicit SeriesSource(const SimSeries& series) : series_(series) {}
+  void Collect() override { ++collections_; }
+  bool Valid() const override { return collections_ > 0; }
+  double Value() const override { return series_.At(collections_); }
 
  private:
   const SimSeries& series_;
-  const SimCounters& owner_;
-  int64_t collected_at_ = 0;
+  int64_t collections_ = 0;
 };
 
 bool ParseSeries(const nlohmann::json& spec, SimSeries& out, std::string& error) {
@@ -102,7 +101,7 @@ double SimSeries::At(int64_t collection) const {
 std::unique_ptr<CounterSource> SimCounters::Resolve(const std::string& local_path) {
   auto it = series.find(Lower(local_path));
   if (it == series.end()) return nullptr;
-  return std::make_unique<SeriesSource>(it->second, *this);
+  return std::make_unique<SeriesSource>(it->second);
 }
 
 bool SimCounters::Instances(const std::string& object, std::vector<std::string>& instances) {

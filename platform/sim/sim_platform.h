@@ -33,15 +33,10 @@ class SimCounters : public CounterTable {
  public:
   std::map<std::string, SimSeries> series;                  // lower-cased local paths
   std::map<std::string, std::vector<std::string>> objects;  // lower-cased object names
-  int64_t collections() const { return collections_; }
 
  protected:
   std::unique_ptr<CounterSource> Resolve(const std::string& local_path) override;
-  void BeginCollection() override { ++collections_; }
   bool Instances(const std::string& object, std::vector<std::string>& instances) override;
-
- private:
-  int64_t collections_ = 0;
 };
 
 class SimPlatform : public Platform {

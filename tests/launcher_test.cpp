@@ -1,0 +1,292 @@
+// The program as a user starts it: options, errors, runs on the simulated
+// machine and on this host, signals.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <thread>
+
+#include "core/profile.h"
+#include "tests/test_support.h"
+
+namespace tarnex::testing {
+namespace {
+
+struct Result {
+  int code = -1;
+  std::string out, err;
+};
+
+pid_t Spawn(const std::vector<std::string>& args, int out_fd, int err_fd) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    dup2(out_fd, 1);
+    dup2(err_fd, 2);
+    std::vector<char*> argv;
+    std::string program = TARNEX_SERVER_BINARY;
+    argv.push_back(program.data());
+    std::vector<std::string> copy = args;
+    for (auto& a : copy) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(program.c_str(), argv.data());
+    _exit(127);
+  }
+  return pid;
+}
+
+Result RunServer(const std::vector<std::string>& args) {
+  const std::string dir = MakeTempDir();
+  const std::string out_path = dir + "/out", err_path = dir + "/err";
+  const int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  const int err = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  const pid_t pid = Spawn(args, out, err);
+  close(out);
+  close(err);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  Result r;
+  r.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  r.out = ReadFile(out_path);
+  r.err = ReadFile(err_path);
+  std::filesystem::remove_all(dir);
+  return r;
+}
+
+class Launcher : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = MakeTempDir();
+    app_ = dir_ + "/install";
+    scenario_ = dir_ + "/scenario.json";
+    WriteFile(scenario_, kBasicScenario);
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+  std::string dir_, app_, scenario_;
+};
+
+TEST_F(Launcher, HelpListsTheOptions) {
+  const Result r = RunServer({"--help"});
+  EXPECT_EQ(r.code, 0);
+  for (const char* option : {"--app-path", "--platform", "--scenario", "--start", "--speed",
+                             "--run-for", "--answer", "--dump-model", "--boot-dir", "--version"}) {
+    EXPECT_NE(r.out.find(option), std::string::npos) << option;
+  }
+}
+
+TEST_F(Launcher, VersionPrintsTheProgramVersion) {
+  const Result r = RunServer({"--version"});
+  EXPECT_EQ(r.code, 0);
+  EXPECT_EQ(r.out, "0.80\n");
+}
+
+void ExpectUsageError(const Result& r, const std::string& words) {
+  EXPECT_EQ(r.code, 2);
+  EXPECT_NE(r.err.find(words), std::string::npos) << r.err;
+}
+
+TEST_F(Launcher, BadOptionsExitWithTwoAndWriteNothing) {
+  ExpectUsageError(RunServer({"--app-path", app_, "--bogus"}), "unknown option '--bogus'");
+  ExpectUsageError(RunServer({"--app-path", app_, "--run-for"}), "--run-for needs a value");
+  ExpectUsageError(RunServer({"--app-path", app_, "--platform", "windows"}), "linux or sim");
+  ExpectUsageError(RunServer({"--app-path", app_, "--platform", "sim"}), "--scenario");
+  ExpectUsageError(RunServer({"--app-path", app_, "--speed", "fast"}), "--speed");
+  ExpectUsageError(RunServer({"--app-path", app_, "--speed", "0"}), "--speed");
+  ExpectUsageError(RunServer({"--app-path", app_, "--answer", "maybe"}), "--answer");
+  ExpectUsageError(RunServer({"--app-path", app_, "--start", "2012-13-01 00:00:00"}), "--start");
+  ExpectUsageError(RunServer({"--app-path", app_, "--run-for", "-1"}), "--run-for");
+  ExpectUsageError(RunServer({"--app-path", app_, "--scenario", scenario_}), "--platform sim");
+  EXPECT_FALSE(Exists(app_));
+}
+
+TEST_F(Launcher, UnreadableScenarioExitsWithTwoAndWritesNothing) {
+  ExpectUsageError(
+      RunServer({"--app-path", app_, "--platform", "sim", "--scenario", dir_ + "/missing.json"}),
+      "missing.json");
+  WriteFile(scenario_, R"({"start": "2012-11-14 10:00:00", "colours": 3})");
+  ExpectUsageError(RunServer({"--app-path", app_, "--platform", "sim", "--scenario", scenario_}),
+                   "colours");
+  WriteFile(scenario_, "{ not json");
+  ExpectUsageError(RunServer({"--app-path", app_, "--platform", "sim", "--scenario", scenario_}),
+                   "JSON");
+  EXPECT_FALSE(Exists(app_));
+}
+
+TEST_F(Launcher, SimulatedRunMakesTheTreeAndDumpsTheModel) {
+  const std::string dump = dir_ + "/model.json";
+  const Result r = RunServer({"--app-path", app_, "--platform", "sim", "--scenario", scenario_,
+                              "--run-for", "10", "--dump-model", dump});
+  ASSERT_EQ(r.code, 0) << r.err;
+  for (const char* folder : {"Bin", "Events/Tracked", "Events/SnapShot", "Logs", "Files"}) {
+    EXPECT_TRUE(std::filesystem::is_directory(app_ + "/" + folder)) << folder;
+  }
+  EXPECT_EQ(ReadFile(app_ + "/Bin/Tarnex.Tnx"),
+            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nLeft=0\r\nTop=0\r\n");
+  const auto model = nlohmann::json::parse(ReadFile(dump));
+  EXPECT_EQ(model["CPULastMin"], "Data < 60 (11)");
+  EXPECT_EQ(model["AppPath"], app_);
+  EXPECT_EQ(model["ComputerName"], "SRV1");
+  EXPECT_EQ(model["MinuteTick"], 11);
+  EXPECT_TRUE(model["IdlePer"].is_array());
+  EXPECT_EQ(model["IdlePer"].size(), 4u);
+  EXPECT_EQ(model["picGraph0"].size(), 300u);
+  EXPECT_TRUE(model.contains("SysInfo"));
+  EXPECT_TRUE(model.contains("Label47"));
+}
+
+TEST_F(Launcher, DumpTurnsSingleByteTextIntoUtf8) {
+  WriteFile(scenario_, "{\"env\": {\"COMPUTERNAME\": \"Caf\xc3\xa9\"}}");
+  const std::string dump = dir_ + "/model.json";
+  // The scenario's text is UTF-8; the model holds single-byte text, so the
+  // machine name comes through as its bytes, each turned into UTF-8.
+  const Result r = RunServer({"--app-path", app_, "--platform", "sim", "--scenario", scenario_,
+                              "--run-for", "1", "--dump-model", dump, "--quiet"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const auto model = nlohmann::json::parse(ReadFile(dump));
+  EXPECT_EQ(model["ComputerName"], "Caf\xc3\x83\xc2\xa9");
+}
+
+TEST_F(Launcher, StartOptionSetsTheVirtualClock) {
+  const Result r = RunServer({"--app-path", app_, "--platform", "sim", "--scenario", scenario_,
+                              "--start", "2013-01-31 23:59:58", "--run-for", "1"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_NE(ReadFile(app_ + "/Bin/Tarnex.Tnx").find("First Run=31 Jan 2013 11:59:58PM"),
+            std::string::npos);
+}
+
+TEST_F(Launcher, RealHostRunOfAFewSecondsMakesTheTree) {
+  const Result r = RunServer({"--app-path", app_, "--run-for", "2"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  for (const char* folder :
+       {"Bin", "Events", "Events/Tracked", "Events/SnapShot", "Logs", "Files"}) {
+    EXPECT_TRUE(std::filesystem::is_directory(app_ + "/" + folder)) << folder;
+  }
+  const std::string settings = ReadFile(app_ + "/Bin/Tarnex.Tnx");
+  EXPECT_EQ(settings.rfind("[Server]\r\nFirst Run=", 0), 0u) << settings;
+  EXPECT_NE(settings.find("\r\nLeft=0\r\nTop=0\r\n"), std::string::npos);
+  EXPECT_TRUE(Exists(app_ + "/Logs/Annual Bandwidth.txt"));
+}
+
+bool WaitFor(const std::function<bool()>& ready, int tenths) {
+  for (int i = 0; i < tenths; ++i) {
+    if (ready()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  return ready();
+}
+
+TEST_F(Launcher, TermSignalClosesAsTheMainWindowDoes) {
+  const int null = open("/dev/null", O_WRONLY);
+  const pid_t pid = Spawn({"--app-path", app_}, null, null);
+  close(null);
+  ASSERT_TRUE(WaitFor([&] { return Exists(app_ + "/Logs/Annual Bandwidth.txt"); }, 100));
+  kill(pid, SIGTERM);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_NE(ReadFile(app_ + "/Bin/Tarnex.Tnx").find("Left=0\r\nTop=0\r\n"), std::string::npos);
+}
+
+TEST_F(Launcher, SecondStartInTheSameFolderEndsAtOnce) {
+  const int null = open("/dev/null", O_WRONLY);
+  const pid_t pid = Spawn({"--app-path", app_}, null, null);
+  close(null);
+  ASSERT_TRUE(WaitFor([&] { return Exists(app_ + "/Logs/Annual Bandwidth.txt"); }, 100));
+  const Result second = RunServer({"--app-path", app_});
+  EXPECT_EQ(second.code, 3);
+  EXPECT_NE(second.err.find("There is already a copy of Tarnex Server Running!"),
+            std::string::npos);
+  kill(pid, SIGINT);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+// The keys of a settings file, section by section, read through the store.
+void ExpectKeys(const std::string& file,
+                const std::vector<std::pair<std::string, std::string>>& keys, int round) {
+  ProfileStore store;
+  for (const auto& [section, key] : keys) {
+    EXPECT_NE(store.Read(file, section, key), "")
+        << "round " << round << ": " << section << "/" << key;
+  }
+}
+
+TEST(Reliability, KilledServerKeepsEveryKeyOfItsSettings) {
+  const std::string dir = MakeTempDir();
+  const std::string app = dir + "/install", scenario = dir + "/scenario.json";
+  WriteFile(scenario, kBasicScenario);
+  std::filesystem::create_directories(app + "/Bin");
+  WriteFile(app + "/Bin/Tarnex.Tnx",
+            "[Server]\r\nBU Freq=60\r\nServer Name=Main\r\n[Monitor]\r\nCPU=1\r\n");
+  std::mt19937 random(12345);
+  bool stamped = false;
+  for (int round = 0; round < 50; ++round) {
+    const int null = open("/dev/null", O_WRONLY);
+    const pid_t pid = Spawn({"--app-path", app, "--platform", "sim", "--scenario", scenario,
+                             "--speed", "100", "--run-for", "3600"},
+                            null, null);
+    close(null);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 40000));
+    kill(pid, SIGKILL);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    ExpectKeys(app + "/Bin/Tarnex.Tnx",
+               {{"Server", "BU Freq"}, {"Server", "Server Name"}, {"Monitor", "CPU"}}, round);
+    // Once the first-run stamp is in, it stays.
+    if (stamped) ExpectKeys(app + "/Bin/Tarnex.Tnx", {{"Server", "First Run"}}, round);
+    stamped =
+        stamped || !ProfileStore().Read(app + "/Bin/Tarnex.Tnx", "Server", "First Run").empty();
+  }
+  std::filesystem::remove_all(dir);
+}
+
+TEST(Reliability, WriterKilledInTheMiddleOfSavesNeverTearsTheFile) {
+  const std::string dir = MakeTempDir();
+  const std::vector<std::pair<std::string, std::string>> keys = {
+      {"Server", "First Run"},   {"Server", "Close Prog 1"}, {"Server", "Monitor User 5"},
+      {"Server", "Server Name"}, {"Monitor", "UP BW"},       {"Monitor", "UPrograms"}};
+  {
+    SimApp s(kBasicScenario, dir);
+    s.Keep();
+    ASSERT_TRUE(s.app().FormLoad());
+    s.model().CloseME[0] = "first";
+    s.model().MUser[4] = "user";
+    s.model().SName = "Main";
+    s.model().UpBW = "100 MB";
+    s.app().Command1();
+  }
+  ExpectKeys(dir + "/Bin/Tarnex.Tnx", keys, -1);
+  std::mt19937 random(678);
+  for (int round = 0; round < 50; ++round) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+      // Saves as fast as it can, each with other values, until it is killed.
+      SimApp s(kBasicScenario, dir);
+      s.Keep();
+      s.app().FormLoad();
+      for (int i = 0;; ++i) {
+        s.model().CloseME[0] = "prog" + std::to_string(i);
+        s.model().MUser[4] = std::string(static_cast<size_t>(i % 50 + 1), 'u');
+        s.model().SName = "Main " + std::to_string(i);
+        s.model().UpBW = std::to_string(i % 90 + 11) + " MB";
+        s.app().Command1();
+      }
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(2000 + random() % 30000));
+    kill(pid, SIGKILL);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    ExpectKeys(dir + "/Bin/Tarnex.Tnx", keys, round);
+  }
+  std::filesystem::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace tarnex::testing
