@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
@@ -478,8 +479,8 @@ struct ProfileStore::Impl {
     return result;
   }
 
-  // Writes `content` to a temporary file beside `path` and renames it over
-  // `path`; then caches the new content under the new file's stat().
+  // Writes `content` to a temporary file beside `path` and puts it in place
+  // of `path`; then caches the new content under the new file's stat().
   bool Replace(const std::string& path, std::string content, mode_t mode, bool keep_mode) {
     const std::string temp = path + ".tmp" + std::to_string(::getpid());
     const timespec taken = Now();
@@ -490,7 +491,16 @@ struct ProfileStore::Impl {
     struct stat written;
     if (ok) ok = ::fstat(fd, &written) == 0;
     if (::close(fd) != 0) ok = false;
-    if (ok) ok = ::rename(temp.c_str(), path.c_str()) == 0;
+    if (ok) {
+      // Swapping the two names is as atomic as a rename and spares the file
+      // system the flush it starts when a file is renamed over another; the
+      // old content, now under the temporary name, is removed after.
+      if (::renameat2(AT_FDCWD, temp.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0) {
+        ::unlink(temp.c_str());
+      } else {
+        ok = ::rename(temp.c_str(), path.c_str()) == 0;
+      }
+    }
     if (!ok) {
       ::unlink(temp.c_str());
       return false;

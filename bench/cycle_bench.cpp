@@ -1,0 +1,40 @@
+// The cost of one sampling cycle on the simulated machine.
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <filesystem>
+
+#include "core/app.h"
+#include "platform/sim/sim_platform.h"
+
+namespace {
+
+constexpr const char* kScenario = R"({
+  "start": "2012-11-14 10:00:00",
+  "env": {"WinDIR": "C:\\Windows", "COMPUTERNAME": "SRV1", "NUMBER_OF_PROCESSORS": "2"},
+  "counters": {"\\Processor(0)\\% Idle Time": 50, "\\Processor(_Total)\\% Processor Time": 37.5,
+               "\\\\SRV1\\Memory\\Available Bytes": 1500000000,
+               "\\\\SRV1\\LogicalDisk(C:)\\% Idle Time": 60}
+})";
+
+void BM_Timer1Cycle(benchmark::State& state) {
+  char pattern[] = "/tmp/tarnex-bench-XXXXXX";
+  const std::string dir = mkdtemp(pattern);
+  tarnex::SimOptions options;
+  options.quiet = true;
+  std::string error;
+  auto sim = tarnex::SimPlatform::FromText(kScenario, options, error);
+  {
+    tarnex::App app(*sim, dir);
+    app.FormLoad();
+    auto& m = app.model();
+    sim->Counters().AddCounter(m.PerfQuery, "\\Processor(_Total)\\% Processor Time", m.hCPUUsage);
+    sim->Counters().AddCounter(m.PerfQuery, "\\\\SRV1\\Memory\\Available Bytes", m.hMemAvailable);
+    sim->Counters().AddCounter(m.PerfQuery, "\\\\SRV1\\LogicalDisk(C:)\\% Idle Time", m.hDiskIdle);
+    for (auto _ : state) app.Timer1();
+  }
+  std::filesystem::remove_all(dir);
+}
+BENCHMARK(BM_Timer1Cycle)->MeasureProcessCPUTime()->UseRealTime();
+
+}  // namespace
