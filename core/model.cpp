@@ -48,9 +48,6 @@ nlohmann::json ModelToJson(const ServerModel& model) {
 #define TARNEX_DUMP_HANDLE(name) out[#name] = ToJson(model.name);
   TARNEX_HANDLE_FIELDS(TARNEX_DUMP_HANDLE)
 #undef TARNEX_DUMP_HANDLE
-  out["PerfQuery"] = ToJson(model.PerfQuery);
-  out["AdapterCount"] = ToJson(model.AdapterCount);
-  out["AdapterName"] = ToJson(model.AdapterName);
   return out;
 }
 

@@ -10,6 +10,10 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "counters/fields.h"
+#include "inventory/fields.h"
+#include "rules/fields.h"
+
 namespace tarnex {
 
 using Text = std::string;
@@ -19,212 +23,183 @@ template <size_t N>
 using Texts = std::array<std::string, N>;
 template <size_t N>
 using Flags = std::array<int32_t, N>;
+template <size_t N>
+using Doubles = std::array<double, N>;
+// One slot per listed program, index 0 to 100.
+using ProgHandles = std::array<int32_t, 101>;
+using ProgValues = std::array<double, 101>;
 
 // X(type, name, initial value)
-#define TARNEX_MODEL_FIELDS(X)                                                  \
-  /* identity and environment */                                                \
-  X(Text, AppVersion, "0.80")                                                   \
-  X(Text, AppBuildDate, "14 Nov 2012")                                          \
-  X(Text, AppPath, "")                                                          \
-  X(Text, WinDir, "")                                                           \
-  X(Text, ComputerName, "")                                                     \
-  X(Text, ProcessorCount, "")                                                   \
-  X(int32_t, PerfServiceBroken, 0)                                              \
-  X(Text, SystemDrive, "")                                                      \
-  X(Text, DriveCaption, "")                                                     \
-  X(Text, SystemBinDir, "")                                                     \
-  X(Text, HourNow, "")                                                          \
-  X(Text, SysInfo, "")                                                          \
-  X(double, Left, 0)                                                            \
-  X(double, Top, 0)                                                             \
-  X(TextList, OperatorMessages, {})                                             \
-  /* run-time scratch zeroed at start */                                        \
-  X(double, LogAllSeconds, 0)                                                   \
-  X(double, LogAllElapsed, 0)                                                   \
-  X(double, DiskReadMonth, 0)                                                   \
-  X(double, DiskWriteMonth, 0)                                                  \
-  X(double, MinuteTick, 0)                                                      \
-  X(int32_t, DayClosed, 0)                                                      \
-  X(int32_t, MidnightArmed, 0)                                                  \
-  X(double, BackupCount, 0)                                                     \
-  X(int32_t, DayTrackClosed, 0)                                                 \
-  X(int32_t, HarvestDone, 0)                                                    \
-  /* settings of the main screen */                                             \
-  X(int32_t, Check1, 0)                                                         \
-  X(Text, Text1, "")                                                            \
-  X(Text, BUPath, "")                                                           \
-  X(Flags<3>, Check3, {})                                                       \
-  X(Flags<2>, SendOpt, {})                                                      \
-  X(Text, BUFreq, "")                                                           \
-  X(double, BackupInterval, 0)                                                  \
-  X(Text, CRTime, "")                                                           \
-  X(int32_t, CloseCHK, 0)                                                       \
-  X(Texts<4>, CloseME, {})                                                      \
-  X(Texts<4>, CmdLine, {})                                                      \
-  X(Text, CPUPort, "")                                                          \
-  X(Text, CPUPort2, "")                                                         \
-  X(Text, CPUPort3, "")                                                         \
-  X(Text, CPUPort4, "")                                                         \
-  X(Text, CPUPort5, "")                                                         \
-  X(Texts<5>, CPUpass, {})                                                      \
-  X(Text, BUPort, "")                                                           \
-  X(Text, BUPort2, "")                                                          \
-  X(Text, BUPort3, "")                                                          \
-  X(Text, BUPort4, "")                                                          \
-  X(Text, BUPort5, "")                                                          \
-  X(Text, SrvCODE, "")                                                          \
-  X(Texts<5>, MUser, {})                                                        \
-  X(Flags<5>, cno, {})                                                          \
-  X(Text, UpBW, "")                                                             \
-  X(Text, DnBW, "")                                                             \
-  X(Text, UpBWLimit, "")                                                        \
-  X(Text, DnBWLimit, "")                                                        \
-  X(Flags<12>, BNMonitor, {})                                                   \
-  X(Text, SName, "")                                                            \
-  X(TextList, List2, {})                                                        \
-  /* the sampling cycle */                                                      \
-  X(Text, CPUUsage, "")                                                         \
-  X(double, CPUSpeed, 0)                                                        \
-  X(double, MaxClockSpeed, 0)                                                   \
-  X(Text, DPCQueued, "")                                                        \
-  X(Text, Interrupts, "")                                                       \
-  X(Text, DPCPercent, "")                                                       \
-  X(Text, CPUPrivilege, "")                                                     \
-  X(Text, CPUInterrupt, "")                                                     \
-  X(double, ProcessCount, 0)                                                    \
-  X(double, ThreadCount, 0)                                                     \
-  X(double, HandleCount, 0)                                                     \
-  X(Text, UpTimeText, "")                                                       \
-  X(double, ContextSwitches, 0)                                                 \
-  X(double, SystemCalls, 0)                                                     \
-  X(double, PageFaults, 0)                                                      \
-  X(double, MemAvailable, 0)                                                    \
-  X(double, MemCommitted, 0)                                                    \
-  X(double, PageReads, 0)                                                       \
-  X(double, PageWrites, 0)                                                      \
-  X(double, CacheBytes, 0)                                                      \
-  X(double, CachePeak, 0)                                                       \
-  X(double, MemPages, 0)                                                        \
-  X(double, PoolNonpaged, 0)                                                    \
-  X(double, PagesInput, 0)                                                      \
-  X(double, PagesOutput, 0)                                                     \
-  X(double, PoolPaged, 0)                                                       \
-  X(double, TotalMemory, 0)                                                     \
-  X(double, DiskFreePercent, 0)                                                 \
-  X(double, DiskFreeMB, 0)                                                      \
-  X(double, DiskWriteBps, 0)                                                    \
-  X(double, DiskReadBps, 0)                                                     \
-  X(double, DiskQueue, 0)                                                       \
-  X(double, DiskTime, 0)                                                        \
-  X(double, DiskIdle, 0)                                                        \
-  X(double, DiskTotalMonth, 0)                                                  \
-  X(double, DiskReadDay, 0)                                                     \
-  X(double, DiskWriteDay, 0)                                                    \
-  X(double, DiskTotalDay, 0)                                                    \
-  X(double, DiskReadPeak, 0)                                                    \
-  X(double, DiskWritePeak, 0)                                                   \
-  X(double, IdleSamples, 0)                                                     \
-  X(double, IdleBand0, 0)                                                       \
-  X(double, IdleBand1, 0)                                                       \
-  X(double, IdleBand2, 0)                                                       \
-  X(double, IdleBand3, 0)                                                       \
-  X(Texts<4>, IdlePer, {})                                                      \
-  X(Text, BNText, "")                                                           \
-  X(float, CycleStart, 0)                                                       \
-  X(float, CycleElapsed, 0)                                                     \
-  X(TextList, CAver1, {})                                                       \
-  X(TextList, CAver2, {})                                                       \
-  X(TextList, CAver3, {})                                                       \
-  X(TextList, CHours, {})                                                       \
-  X(Text, LastMinText, "")                                                      \
-  X(Text, LastHourText, "")                                                     \
-  X(Text, CPULastMin, "")                                                       \
-  X(Text, CPULastHR, "")                                                        \
-  X(Text, CPULast24, "")                                                        \
-  /* texts of the main screen */                                                \
-  X(Text, Label27, "")                                                          \
-  X(Text, Label32, "")                                                          \
-  X(Text, CPUMHZ, "")                                                           \
-  X(Text, cpu1, "")                                                             \
-  X(Text, Label77, "")                                                          \
-  X(Text, Label22, "")                                                          \
-  X(Text, Label23, "")                                                          \
-  X(Text, procnum, "")                                                          \
-  X(Text, procnumb, "")                                                         \
-  X(Text, Label39, "")                                                          \
-  X(Text, Label38, "")                                                          \
-  X(Text, Label36, "")                                                          \
-  X(Text, SystemCallsText, "")                                                  \
-  X(Text, Label30, "")                                                          \
-  X(Text, free, "")                                                             \
-  X(Text, used, "")                                                             \
-  X(Text, Label29, "")                                                          \
-  X(Text, Label28, "")                                                          \
-  X(Text, Label42, "")                                                          \
-  X(Text, Label41, "")                                                          \
-  X(Text, Label45, "")                                                          \
-  X(Text, Label46, "")                                                          \
-  X(Text, Label49, "")                                                          \
-  X(Text, Label50, "")                                                          \
-  X(Text, Label47, "")                                                          \
-  X(Text, Label48, "")                                                          \
-  X(Text, Label65, "")                                                          \
-  X(Text, Label58, "")                                                          \
-  X(Text, Label60, "")                                                          \
-  X(Text, Label62, "")                                                          \
-  X(Text, Label59, "")                                                          \
-  X(Text, Label61, "")                                                          \
-  X(Text, Label40, "")                                                          \
-  X(Text, Label43, "")                                                          \
-  X(Text, Label44, "")                                                          \
-  /* the journal */                                                             \
-  X(Text, EventText, "")                                                        \
-  /* the strip charts: processor, received, sent, and the three CPU charts */   \
-  X(History, picGraph0, History(300))                                           \
-  X(History, picGraph1, History(300))                                           \
-  X(History, picGraph2, History(300))                                           \
-  X(History, CPUU0, History(60))                                                \
-  X(History, CPUU1, History(60))                                                \
-  X(History, CPUU2, History(30))                                                \
-  X(double, ScaleRec, 100)                                                      \
-  X(double, ScaleSent, 100)
-
-// Counter handles of the sampling cycle's reads; 0 until a counter is added.
-#define TARNEX_HANDLE_FIELDS(X) \
-  X(hCPUUsage)                  \
-  X(hCPUSpeed)                  \
-  X(hDPCRate)                   \
-  X(hDPCQueued)                 \
-  X(hDPCPercent)                \
-  X(hInterrupts)                \
-  X(hCPUPrivilege)              \
-  X(hCPUInterrupt)              \
-  X(hProcessCount)              \
-  X(hThreadCount)               \
-  X(hHandleCount)               \
-  X(hUpTime)                    \
-  X(hContextSwitches)           \
-  X(hSystemCalls)               \
-  X(hPageFaults)                \
-  X(hMemAvailable)              \
-  X(hMemCommitted)              \
-  X(hPageReads)                 \
-  X(hPageWrites)                \
-  X(hCacheBytes)                \
-  X(hCachePeak)                 \
-  X(hMemPages)                  \
-  X(hPoolNonpaged)              \
-  X(hPagesInput)                \
-  X(hPagesOutput)               \
-  X(hPoolPaged)                 \
-  X(hDiskFreePercent)           \
-  X(hDiskFreeMB)                \
-  X(hDiskQueue)                 \
-  X(hDiskTime)                  \
-  X(hDiskReadBps)               \
-  X(hDiskWriteBps)              \
-  X(hDiskIdle)                  \
-  X(hDiskSplitIO)
+#define TARNEX_MODEL_FIELDS(X)                                                \
+  /* identity and environment */                                              \
+  X(Text, AppVersion, "0.80")                                                 \
+  X(Text, AppBuildDate, "14 Nov 2012")                                        \
+  X(Text, AppPath, "")                                                        \
+  X(Text, WinDir, "")                                                         \
+  X(Text, ComputerName, "")                                                   \
+  X(Text, ProcessorCount, "")                                                 \
+  X(int32_t, PerfServiceBroken, 0)                                            \
+  X(Text, SystemDrive, "")                                                    \
+  X(Text, DriveCaption, "")                                                   \
+  X(Text, SystemBinDir, "")                                                   \
+  X(Text, HourNow, "")                                                        \
+  X(Text, SysInfo, "")                                                        \
+  X(double, Left, 0)                                                          \
+  X(double, Top, 0)                                                           \
+  X(TextList, OperatorMessages, {})                                           \
+  /* run-time scratch zeroed at start */                                      \
+  X(double, LogAllSeconds, 0)                                                 \
+  X(double, LogAllElapsed, 0)                                                 \
+  X(double, DiskReadMonth, 0)                                                 \
+  X(double, DiskWriteMonth, 0)                                                \
+  X(double, MinuteTick, 0)                                                    \
+  X(int32_t, DayClosed, 0)                                                    \
+  X(int32_t, MidnightArmed, 0)                                                \
+  X(double, BackupCount, 0)                                                   \
+  X(int32_t, DayTrackClosed, 0)                                               \
+  X(int32_t, HarvestDone, 0)                                                  \
+  /* settings of the main screen */                                           \
+  X(int32_t, Check1, 0)                                                       \
+  X(Text, Text1, "")                                                          \
+  X(Text, BUPath, "")                                                         \
+  X(Flags<3>, Check3, {})                                                     \
+  X(Flags<2>, SendOpt, {})                                                    \
+  X(Text, BUFreq, "")                                                         \
+  X(double, BackupInterval, 0)                                                \
+  X(Text, CRTime, "")                                                         \
+  X(int32_t, CloseCHK, 0)                                                     \
+  X(Texts<4>, CloseME, {})                                                    \
+  X(Texts<4>, CmdLine, {})                                                    \
+  X(Text, CPUPort, "")                                                        \
+  X(Text, CPUPort2, "")                                                       \
+  X(Text, CPUPort3, "")                                                       \
+  X(Text, CPUPort4, "")                                                       \
+  X(Text, CPUPort5, "")                                                       \
+  X(Texts<5>, CPUpass, {})                                                    \
+  X(Text, BUPort, "")                                                         \
+  X(Text, BUPort2, "")                                                        \
+  X(Text, BUPort3, "")                                                        \
+  X(Text, BUPort4, "")                                                        \
+  X(Text, BUPort5, "")                                                        \
+  X(Text, SrvCODE, "")                                                        \
+  X(Texts<5>, MUser, {})                                                      \
+  X(Flags<5>, cno, {})                                                        \
+  X(Text, UpBW, "")                                                           \
+  X(Text, DnBW, "")                                                           \
+  X(Text, UpBWLimit, "")                                                      \
+  X(Text, DnBWLimit, "")                                                      \
+  X(Flags<12>, BNMonitor, {})                                                 \
+  X(Text, SName, "")                                                          \
+  X(TextList, List2, {})                                                      \
+  /* the sampling cycle */                                                    \
+  X(Text, CPUUsage, "")                                                       \
+  X(double, CPUSpeed, 0)                                                      \
+  X(double, MaxClockSpeed, 0)                                                 \
+  X(Text, DPCQueued, "")                                                      \
+  X(Text, Interrupts, "")                                                     \
+  X(Text, DPCPercent, "")                                                     \
+  X(Text, CPUPrivilege, "")                                                   \
+  X(Text, CPUInterrupt, "")                                                   \
+  X(double, ProcessCount, 0)                                                  \
+  X(double, ThreadCount, 0)                                                   \
+  X(double, HandleCount, 0)                                                   \
+  X(Text, UpTimeText, "")                                                     \
+  X(double, ContextSwitches, 0)                                               \
+  X(double, SystemCalls, 0)                                                   \
+  X(double, PageFaults, 0)                                                    \
+  X(double, MemAvailable, 0)                                                  \
+  X(double, MemCommitted, 0)                                                  \
+  X(double, PageReads, 0)                                                     \
+  X(double, PageWrites, 0)                                                    \
+  X(double, CacheBytes, 0)                                                    \
+  X(double, CachePeak, 0)                                                     \
+  X(double, MemPages, 0)                                                      \
+  X(double, PoolNonpaged, 0)                                                  \
+  X(double, PagesInput, 0)                                                    \
+  X(double, PagesOutput, 0)                                                   \
+  X(double, PoolPaged, 0)                                                     \
+  X(double, TotalMemory, 0)                                                   \
+  X(double, DiskFreePercent, 0)                                               \
+  X(double, DiskFreeMB, 0)                                                    \
+  X(double, DiskWriteBps, 0)                                                  \
+  X(double, DiskReadBps, 0)                                                   \
+  X(double, DiskQueue, 0)                                                     \
+  X(double, DiskTime, 0)                                                      \
+  X(double, DiskIdle, 0)                                                      \
+  X(double, DiskTotalMonth, 0)                                                \
+  X(double, DiskReadDay, 0)                                                   \
+  X(double, DiskWriteDay, 0)                                                  \
+  X(double, DiskTotalDay, 0)                                                  \
+  X(double, DiskReadPeak, 0)                                                  \
+  X(double, DiskWritePeak, 0)                                                 \
+  X(double, IdleSamples, 0)                                                   \
+  X(double, IdleBand0, 0)                                                     \
+  X(double, IdleBand1, 0)                                                     \
+  X(double, IdleBand2, 0)                                                     \
+  X(double, IdleBand3, 0)                                                     \
+  X(Texts<4>, IdlePer, {})                                                    \
+  X(Text, BNText, "")                                                         \
+  X(float, CycleStart, 0)                                                     \
+  X(float, CycleElapsed, 0)                                                   \
+  X(TextList, CAver1, {})                                                     \
+  X(TextList, CAver2, {})                                                     \
+  X(TextList, CAver3, {})                                                     \
+  X(TextList, CHours, {})                                                     \
+  X(Text, LastMinText, "")                                                    \
+  X(Text, LastHourText, "")                                                   \
+  X(Text, CPULastMin, "")                                                     \
+  X(Text, CPULastHR, "")                                                      \
+  X(Text, CPULast24, "")                                                      \
+  /* texts of the main screen */                                              \
+  X(Text, Label27, "")                                                        \
+  X(Text, Label32, "")                                                        \
+  X(Text, CPUMHZ, "")                                                         \
+  X(Text, cpu1, "")                                                           \
+  X(Text, Label77, "")                                                        \
+  X(Text, Label22, "")                                                        \
+  X(Text, Label23, "")                                                        \
+  X(Text, procnum, "")                                                        \
+  X(Text, procnumb, "")                                                       \
+  X(Text, Label39, "")                                                        \
+  X(Text, Label38, "")                                                        \
+  X(Text, Label36, "")                                                        \
+  X(Text, SystemCallsText, "")                                                \
+  X(Text, Label30, "")                                                        \
+  X(Text, free, "")                                                           \
+  X(Text, used, "")                                                           \
+  X(Text, Label29, "")                                                        \
+  X(Text, Label28, "")                                                        \
+  X(Text, Label42, "")                                                        \
+  X(Text, Label41, "")                                                        \
+  X(Text, Label45, "")                                                        \
+  X(Text, Label46, "")                                                        \
+  X(Text, Label49, "")                                                        \
+  X(Text, Label50, "")                                                        \
+  X(Text, Label47, "")                                                        \
+  X(Text, Label48, "")                                                        \
+  X(Text, Label65, "")                                                        \
+  X(Text, Label58, "")                                                        \
+  X(Text, Label60, "")                                                        \
+  X(Text, Label62, "")                                                        \
+  X(Text, Label59, "")                                                        \
+  X(Text, Label61, "")                                                        \
+  X(Text, Label40, "")                                                        \
+  X(Text, Label43, "")                                                        \
+  X(Text, Label44, "")                                                        \
+  /* the journal */                                                           \
+  X(Text, EventText, "")                                                      \
+  /* the strip charts: processor, received, sent, and the three CPU charts */ \
+  X(History, picGraph0, History(300))                                         \
+  X(History, picGraph1, History(300))                                         \
+  X(History, picGraph2, History(300))                                         \
+  X(History, CPUU0, History(60))                                              \
+  X(History, CPUU1, History(60))                                              \
+  X(History, CPUU2, History(30))                                              \
+  X(double, ScaleRec, 100)                                                    \
+  X(double, ScaleSent, 100)                                                   \
+  TARNEX_COUNTER_FIELDS(X)                                                    \
+  TARNEX_RULE_FIELDS(X)                                                       \
+  TARNEX_INVENTORY_FIELDS(X)
 
 struct ServerModel {
 #define TARNEX_DECLARE_FIELD(type, name, init) type name = init;
@@ -233,10 +208,6 @@ struct ServerModel {
 #define TARNEX_DECLARE_HANDLE(name) int32_t name = 0;
   TARNEX_HANDLE_FIELDS(TARNEX_DECLARE_HANDLE)
 #undef TARNEX_DECLARE_HANDLE
-  // The performance query and the adapters found by discovery.
-  uint32_t PerfQuery = 0;
-  int32_t AdapterCount = 0;
-  Texts<6> AdapterName{};
 };
 
 // The whole model as one JSON object, text turned from Windows-1252 to UTF-8.
