@@ -4,7 +4,8 @@
 #include <optional>
 
 #include "core/legacy.h"
-#include "counters/query.h"
+#include "counters/catalogue.h"
+#include "counters/programs.h"
 
 namespace tarnex {
 
@@ -55,6 +56,10 @@ App::App(Platform& platform, std::string app_path) : platform_(platform) {
 }
 
 App::~App() = default;
+
+CounterCatalogue App::Catalogue() {
+  return CounterCatalogue(platform_, model_, [this] { Yield(); });
+}
 
 std::string App::Path(const std::string& name) const {
   return model_.AppPath + name;
@@ -154,8 +159,8 @@ bool App::FormLoad() {
   m.SystemDrive = Left(m.WinDir, 2);
   m.DriveCaption = UCase(Left(m.WinDir, 1)) + " Drive";
 
-  // 6. Counter set-up: the adapters are discovered first.
-  DiscoverAdapters(pdh, m);
+  // 6. The counter catalogue.
+  Catalogue().SetUp();
 
   // 7. Scratch, priority.
   m.DiskReadMonth = 0;
@@ -193,6 +198,8 @@ bool App::FormLoad() {
   // 29. The hour, the connection indicators.
   m.HourNow = FormatDate(loop().Now(), "h");
   ShowPortIndicators();
+  CountServices(platform_, m);
+  m.ServiceText = "Service: " + legacy::Str(m.ServiceCount);
 
   // 30. One whole sampling cycle by hand, then pending events.
   Timer1();

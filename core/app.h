@@ -9,6 +9,7 @@
 
 #include "core/model.h"
 #include "core/profile.h"
+#include "counters/catalogue.h"
 #include "platform/platform.h"
 #include "platform/winsock.h"
 
@@ -65,6 +66,9 @@ class App {
 
   // A message box for the operator; kept in the model too.
   void ShowMessage(const std::string& text);
+
+  // The counter catalogue over this application's model and platform.
+  CounterCatalogue Catalogue();
 
   // Counter read: the value whatever the status says.
   double ReadCounter(int32_t handle);

@@ -28,6 +28,9 @@ using Doubles = std::array<double, N>;
 // One slot per listed program, index 0 to 100.
 using ProgHandles = std::array<int32_t, 101>;
 using ProgValues = std::array<double, 101>;
+using AdapterHandles = std::array<int32_t, 6>;
+using ServerHandles = std::array<int32_t, 33>;
+using SQLHandles = std::array<int32_t, 14>;
 
 // X(type, name, initial value)
 #define TARNEX_MODEL_FIELDS(X)                                                \

@@ -2,6 +2,7 @@
 // the main screen.
 #include "core/app.h"
 #include "core/legacy.h"
+#include "counters/programs.h"
 
 namespace tarnex {
 
@@ -198,6 +199,34 @@ void App::Timer1() {
   m.Label43 = "Memory Pages Input: " + FN(m.PagesInput) + " Sec";
   m.Label44 = "Memory Pages Output: " + FN(m.PagesOutput) + " Sec";
   Yield();
+
+  // 17. The program list, every half minute of ticks.
+  if (m.MinuteTick == 30) RefreshPrograms(platform_, m, [this] { Yield(); });
+
+  // 18. The service count, every minute of ticks.
+  if (m.MinuteTick > 59) {
+    CountServices(platform_, m);
+    m.ServiceText = "Service: " + Str(m.ServiceCount);
+  }
+
+  // 19. Server counters: all of them for a recording or the console, else
+  // only the work item shortages.
+  if (m.LogAllSeconds == 0 && m.ServerConsoleOpen == 0) {
+    m.ServerValues[12] = ReadCounter(m.hServer[12]);
+  } else {
+    Catalogue().ReadServerValues();
+  }
+  Yield();
+
+  // 20. While recording: the program list again and the programs' counters.
+  if (m.LogAllSeconds != 0) {
+    if (m.MinuteTick == 30) RefreshPrograms(platform_, m, [this] { Yield(); });
+    for (int32_t i = 0; i <= m.ProgLast && i < 101; ++i) {
+      m.ProgFaults[static_cast<size_t>(i)] = ReadCounter(m.hProgFaults[static_cast<size_t>(i)]);
+      m.ProgWorkingSet[static_cast<size_t>(i)] =
+          ReadCounter(m.hProgWorkingSet[static_cast<size_t>(i)]);
+    }
+  }
 
   // 22. The tick counter wraps.
   if (m.MinuteTick > 60) m.MinuteTick = 1;

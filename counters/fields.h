@@ -87,7 +87,25 @@
   X(ProgValues, ProgFaults, {})                   \
   X(ProgValues, ProgWorkingSet, {})               \
   X(ProgValues, ProgRead, {})                     \
-  X(ProgValues, ProgWrite, {})
+  X(ProgValues, ProgWrite, {})                    \
+  /* network counters, one slot per adapter */    \
+  X(AdapterHandles, hNetBytesTotal, {})           \
+  X(AdapterHandles, hNetBytesRec, {})             \
+  X(AdapterHandles, hNetBytesSent, {})            \
+  X(AdapterHandles, hNetPacketsRec, {})           \
+  X(AdapterHandles, hNetPacketsSent, {})          \
+  X(AdapterHandles, hNetRecErrors, {})            \
+  X(AdapterHandles, hNetOutErrors, {})            \
+  X(AdapterHandles, hNetOutQueue, {})             \
+  X(AdapterHandles, hNetOffloaded, {})            \
+  X(AdapterHandles, hNetPackets, {})              \
+  X(AdapterHandles, hNetRecUnicast, {})           \
+  X(AdapterHandles, hNetRecNonUnicast, {})        \
+  X(AdapterHandles, hNetSentUnicast, {})          \
+  X(AdapterHandles, hNetSentNonUnicast, {})       \
+  X(ServerHandles, hServer, {})                   \
+  X(SQLHandles, hSQLUnread, {})                   \
+  X(int32_t, ServerConsoleOpen, 0)
 
 // Counter handles; 0 until a counter is added.
 #define TARNEX_HANDLE_FIELDS(X) \
@@ -124,4 +142,52 @@
   X(hDiskReadBps)               \
   X(hDiskWriteBps)              \
   X(hDiskIdle)                  \
-  X(hDiskSplitIO)
+  X(hDiskSplitIO)               \
+  X(hCacheDiskFailure)          \
+  X(hCacheMemAllocated)         \
+  X(hCacheDiskAllocated)        \
+  X(hCacheMemUsage)             \
+  X(hCacheDiskWrite)            \
+  X(hCacheDiskURL)              \
+  X(hCacheDiskBytes)            \
+  X(hCacheMemURL)               \
+  X(hCacheMemBytes)             \
+  X(hWPCacheHit)                \
+  X(hWPReverseBytes)            \
+  X(hWPAvgMs)                   \
+  X(hWPDirectFetches)           \
+  X(hWPCacheFetches)            \
+  X(hWPRequests)                \
+  X(hWPFailing)                 \
+  X(hWPDNSHits)                 \
+  X(hWPIncoming)                \
+  X(hFWAcceptTCP)               \
+  X(hFWWorkerThreads)           \
+  X(hFWDNSHits)                 \
+  X(hPEActive)                  \
+  X(hURIFlushes)                \
+  X(hURIMisses)                 \
+  X(hASPWait)                   \
+  X(hASPQueued)                 \
+  X(hPEBacklog)                 \
+  X(hPEBytes)                   \
+  X(hPEEstablished)             \
+  X(hWPOutgoing)                \
+  X(hFWTCPBytes)                \
+  X(hFWUDPBytes)                \
+  X(hFTPSent)                   \
+  X(hFTPReceived)               \
+  X(hWebBytes)                  \
+  X(hWebMethods)                \
+  X(hWebConnections)            \
+  X(hWebFileCacheHits)          \
+  X(hURIHits)                   \
+  X(hASPTransactions)           \
+  X(hFTPSent2)                  \
+  X(hFTPReceived2)              \
+  X(hPEDropped)                 \
+  X(hProcessorQueue)            \
+  X(hSQLLatchWaits)             \
+  X(hSQLLatchTime)              \
+  X(hSQLCacheHit)               \
+  X(hSQLLogouts)

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "platform/event_loop.h"
 #include "platform/files.h"
@@ -41,6 +42,16 @@ class Platform {
   // The start-at-boot value: set it to start `program`, or remove it.
   virtual bool SetStartAtBoot(const std::string& program) = 0;
   virtual bool DeleteStartAtBoot() = 0;
+
+  // The identifiers of the running processes.
+  virtual std::vector<int64_t> EnumProcesses() = 0;
+  // The module base names of a process ("app.exe" ...), its program first.
+  // False when the process cannot be opened or its modules cannot be listed.
+  virtual bool ProcessModules(int64_t pid, std::vector<std::string>& base_names) = 0;
+  // The number of services of a kind (30: all Win32 services, 11: drivers)
+  // in a state (1 running, 2 stopped, 3 all). False when the service
+  // manager cannot be asked.
+  virtual bool CountServices(int kind, int state, const std::string& machine, int64_t& count) = 0;
 
   // A running process whose full program path is `path` (compared without
   // regard to case): its identifier, or 0 when there is none.

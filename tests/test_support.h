@@ -74,10 +74,6 @@ class SimApp {
   std::string File(const std::string& relative) const { return ReadFile(dir_ + "/" + relative); }
   bool Has(const std::string& relative) const { return Exists(dir_ + "/" + relative); }
 
-  // Adds a counter of the scenario to a model handle, as the catalogue does.
-  void Add(const std::string& path, int32_t& handle) {
-    sim_->Counters().AddCounter(model().PerfQuery, path, handle);
-  }
 
  private:
   std::string dir_;

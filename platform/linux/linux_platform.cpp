@@ -8,8 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -173,6 +176,86 @@ bool LinuxPlatform::SetStartAtBoot(const std::string& program) {
 bool LinuxPlatform::DeleteStartAtBoot() {
   const std::string unit = options_.boot_dir + "/" + kUnitName;
   return ::unlink(unit.c_str()) == 0;
+}
+
+std::string ProgramBaseName(const std::string& exe, const std::string& cmdline) {
+  std::string name = exe.substr(exe.find_last_of('/') + 1);
+  const size_t deleted = name.find(" (deleted)");
+  if (deleted != std::string::npos) name.resize(deleted);
+  static const char* const kInterpreters[] = {"sh",   "bash", "dash", "python", "perl", "ruby",
+                                              "node", "php",  "java", "tclsh",  "lua"};
+  std::string stem = name;
+  while (!stem.empty() &&
+         (std::isdigit(static_cast<unsigned char>(stem.back())) || stem.back() == '.')) {
+    stem.pop_back();
+  }
+  bool interpreter = false;
+  for (const char* i : kInterpreters) interpreter = interpreter || stem == i;
+  if (interpreter) {
+    // The first argument after the interpreter that is not an option.
+    size_t pos = cmdline.find('\0');
+    while (pos != std::string::npos && pos + 1 < cmdline.size()) {
+      const size_t end = cmdline.find('\0', pos + 1);
+      const std::string arg = cmdline.substr(pos + 1, end - pos - 1);
+      if (!arg.empty() && arg[0] != '-') {
+        name = arg.substr(arg.find_last_of('/') + 1);
+        break;
+      }
+      pos = end;
+    }
+  }
+  const size_t dot = name.find_last_of('.');
+  if (dot != std::string::npos && dot > 0) name.resize(dot);
+  return name + ".exe";
+}
+
+std::vector<int64_t> LinuxPlatform::EnumProcesses() {
+  std::vector<int64_t> pids;
+  DIR* dir = opendir("/proc");
+  if (dir == nullptr) return pids;
+  while (dirent* entry = readdir(dir)) {
+    if (std::isdigit(static_cast<unsigned char>(entry->d_name[0]))) {
+      pids.push_back(std::atoll(entry->d_name));
+    }
+  }
+  closedir(dir);
+  std::sort(pids.begin(), pids.end());
+  return pids;
+}
+
+bool LinuxPlatform::ProcessModules(int64_t pid, std::vector<std::string>& base_names) {
+  // A process whose program this one may not read (another user's, or a
+  // kernel thread with none) is left out, as a protected process is.
+  char target[4096] = {};
+  const std::string link = "/proc/" + std::to_string(pid) + "/exe";
+  const ssize_t n = readlink(link.c_str(), target, sizeof target - 1);
+  if (n <= 0) return false;
+  const std::string cmdline = ReadText("/proc/" + std::to_string(pid) + "/cmdline");
+  base_names = {ProgramBaseName(std::string(target, static_cast<size_t>(n)), cmdline)};
+  return true;
+}
+
+bool LinuxPlatform::CountServices(int kind, int state, const std::string& machine, int64_t& count) {
+  // Services are systemd's service units; drivers (kind 11) are not counted.
+  if (kind == 11) {
+    count = 0;
+    return true;
+  }
+  const char* filter = state == 2 ? "--state=inactive" : "--state=running";
+  const std::string command =
+      std::string("systemctl list-units --type=service --no-legend --plain --no-pager ") + filter +
+      " 2>/dev/null";
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return false;
+  int64_t lines = 0;
+  char buffer[512];
+  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) {
+    if (std::strchr(buffer, '\n') != nullptr && buffer[0] != '\n') ++lines;
+  }
+  const int status = pclose(pipe);
+  if (status != 0) return false;
+  count = lines;
+  return true;
 }
 
 int64_t LinuxPlatform::FindProcessByPath(const std::string& path) {

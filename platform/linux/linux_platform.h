@@ -33,6 +33,11 @@ struct CpuTimes {
 // The processor lines of a /proc/stat text.
 std::vector<CpuTimes> ParseProcStat(const std::string& text);
 
+// The program a process runs, as the system names it: the executable's file
+// name, or the script's for a program run by an interpreter, with ".exe".
+// `exe` is the target of /proc/PID/exe, `cmdline` the NUL-separated arguments.
+std::string ProgramBaseName(const std::string& exe, const std::string& cmdline);
+
 class LinuxCounters : public CounterTable {
  public:
   explicit LinuxCounters(std::string proc_root = "/proc") : proc_root_(std::move(proc_root)) {}
@@ -64,6 +69,9 @@ class LinuxPlatform : public Platform {
   bool FirstInstance(const std::string& app_path) override;
   bool SetStartAtBoot(const std::string& program) override;
   bool DeleteStartAtBoot() override;
+  std::vector<int64_t> EnumProcesses() override;
+  bool ProcessModules(int64_t pid, std::vector<std::string>& base_names) override;
+  bool CountServices(int kind, int state, const std::string& machine, int64_t& count) override;
   int64_t FindProcessByPath(const std::string& path) override;
   bool CloseProcessWindow(int64_t pid) override;
   bool ShellOpen(const std::string& file, const std::string& parameters,

@@ -197,6 +197,33 @@ std::unique_ptr<SimPlatform> SimPlatform::FromText(const std::string& json,
         }
         sim->files_.DeclareFolder(d.get<std::string>());
       }
+    } else if (key == "processes") {
+      if (!value.is_array()) {
+        error = "\"processes\" must be an array of {\"pid\": N, \"path\": TEXT}";
+        return nullptr;
+      }
+      for (const auto& p : value) {
+        if (!p.is_object() || !p.contains("pid") || !p["pid"].is_number_integer() ||
+            !p.contains("path") || !p["path"].is_string()) {
+          error = "a process needs \"pid\" (a whole number) and \"path\" (a text)";
+          return nullptr;
+        }
+        for (const auto& [field, v] : p.items()) {
+          if (field != "pid" && field != "path" && field != "protected") {
+            error = "unknown key '" + field + "' in a process";
+            return nullptr;
+          }
+        }
+        const int64_t pid = p["pid"].get<int64_t>();
+        sim->running[pid] = p["path"].get<std::string>();
+        if (p.value("protected", false)) sim->protected_pids.insert(pid);
+      }
+    } else if (key == "services") {
+      if (!value.is_number_integer() || value.get<int64_t>() < 0) {
+        error = "\"services\" must be a whole number";
+        return nullptr;
+      }
+      sim->services = value.get<int64_t>();
     } else if (key == "screen") {
       if (!value.is_array() || value.size() != 2 || !value[0].is_number() ||
           !value[1].is_number()) {
@@ -254,6 +281,26 @@ bool SimPlatform::DeleteStartAtBoot() {
   return true;
 }
 
+std::vector<int64_t> SimPlatform::EnumProcesses() {
+  std::vector<int64_t> pids;
+  for (const auto& [pid, program] : running) pids.push_back(pid);
+  return pids;
+}
+
+bool SimPlatform::ProcessModules(int64_t pid, std::vector<std::string>& base_names) {
+  auto it = running.find(pid);
+  if (it == running.end() || protected_pids.count(pid) != 0) return false;
+  const std::string& path = it->second;
+  base_names = {path.substr(path.find_last_of("\\/") + 1)};
+  return true;
+}
+
+bool SimPlatform::CountServices(int kind, int state, const std::string& machine, int64_t& count) {
+  if (!services) return false;
+  count = *services;
+  return true;
+}
+
 int64_t SimPlatform::FindProcessByPath(const std::string& path) {
   for (const auto& [pid, program] : running) {
     if (Lower(program) == Lower(path)) return pid;
@@ -268,6 +315,7 @@ bool SimPlatform::CloseProcessWindow(int64_t pid) {
 bool SimPlatform::ShellOpen(const std::string& file, const std::string& parameters,
                             const std::string& folder) {
   started.push_back(file + "|" + parameters + "|" + folder);
+  while (running.count(next_pid_) != 0) ++next_pid_;
   running[next_pid_++] = file;
   return true;
 }

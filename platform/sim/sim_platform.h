@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,9 @@ class SimPlatform : public Platform {
   bool FirstInstance(const std::string& app_path) override;
   bool SetStartAtBoot(const std::string& program) override;
   bool DeleteStartAtBoot() override;
+  std::vector<int64_t> EnumProcesses() override;
+  bool ProcessModules(int64_t pid, std::vector<std::string>& base_names) override;
+  bool CountServices(int kind, int state, const std::string& machine, int64_t& count) override;
   int64_t FindProcessByPath(const std::string& path) override;
   bool CloseProcessWindow(int64_t pid) override;
   bool ShellOpen(const std::string& file, const std::string& parameters,
@@ -71,6 +75,8 @@ class SimPlatform : public Platform {
   std::vector<std::string> questions;
   std::optional<std::string> boot_value;
   std::map<int64_t, std::string> running;  // pid -> program path
+  std::set<int64_t> protected_pids;        // processes that cannot be opened
+  std::optional<int64_t> services;         // the service count, when it can be asked
   std::vector<std::string> started;        // "path|parameters|folder"
   bool priority_raised = false;
 
