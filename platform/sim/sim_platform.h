@@ -34,6 +34,13 @@ class SimCounters : public CounterTable {
  public:
   std::map<std::string, SimSeries> series;                  // lower-cased local paths
   std::map<std::string, std::vector<std::string>> objects;  // lower-cased object names
+  // Every path the program asked to add, in order, found or not.
+  std::vector<std::string> requested;
+
+  uint32_t AddCounter(uint32_t query, const std::string& path, int32_t& handle) override {
+    requested.push_back(path);
+    return CounterTable::AddCounter(query, path, handle);
+  }
 
  protected:
   std::unique_ptr<CounterSource> Resolve(const std::string& local_path) override;
