@@ -44,6 +44,16 @@ std::optional<double> ImplicitNumber(const std::string& text) {
   return Val(t);
 }
 
+// "Monitor CPU Port", "Monitor CPU Port 2" ... "Monitor CPU Port 5".
+std::string PortKey(const char* name, int n) {
+  std::string key = name;
+  if (n != 1) {
+    key += ' ';
+    key += std::to_string(n);
+  }
+  return key;
+}
+
 }  // namespace
 
 void ReadFlag(const std::string& text, int32_t& flag) {
@@ -232,15 +242,13 @@ void App::Command1() {
                                      &m.CPUPort5};
   const std::string* bu_ports[5] = {&m.BUPort, &m.BUPort2, &m.BUPort3, &m.BUPort4, &m.BUPort5};
   for (int n = 1; n <= 5; ++n) {
-    const std::string suffix = n == 1 ? "" : " " + std::to_string(n);
-    INIWrite(kSettingsFile, S, "Monitor CPU Port" + suffix, *cpu_ports[n - 1]);
+    INIWrite(kSettingsFile, S, PortKey("Monitor CPU Port", n), *cpu_ports[n - 1]);
   }
   for (int n = 1; n <= 5; ++n) {
     INIWrite(kSettingsFile, S, "Monitor CPU Pass " + std::to_string(n), m.CPUpass[n - 1]);
   }
   for (int n = 1; n <= 5; ++n) {
-    const std::string suffix = n == 1 ? "" : " " + std::to_string(n);
-    INIWrite(kSettingsFile, S, "Monitor BU Port" + suffix, *bu_ports[n - 1]);
+    INIWrite(kSettingsFile, S, PortKey("Monitor BU Port", n), *bu_ports[n - 1]);
   }
   INIWrite(kSettingsFile, S, "Monitor Server Code", m.SrvCODE);
   for (int n = 1; n <= 5; ++n) {
