@@ -74,7 +74,6 @@ class SimApp {
   std::string File(const std::string& relative) const { return ReadFile(dir_ + "/" + relative); }
   bool Has(const std::string& relative) const { return Exists(dir_ + "/" + relative); }
 
-
  private:
   std::string dir_;
   bool owns_ = true;
