@@ -5,6 +5,9 @@
 
 #include "core/legacy.h"
 #include "counters/query.h"
+#include "inventory/dos_outputs.h"
+#include "inventory/processor_facts.h"
+#include "inventory/system_facts.h"
 
 namespace tarnex {
 
@@ -130,6 +133,10 @@ bool App::FormLoad() {
   auto& m = model_;
   auto& pdh = platform_.Counters();
 
+  // 1. The command runner; what it receives goes to DOSBox.
+  objDOS_ = std::make_unique<DOSOutputs>(*this);
+  objDOS_->ReceiveOutputs = [this](const std::string& text) { model_.DOSBox += text; };
+
   // 2. Identity and environment.
   m.AppVersion = "0.80";
   m.AppBuildDate = "14 Nov 2012";
@@ -193,6 +200,11 @@ bool App::FormLoad() {
   // 29. The hour, the connection indicators.
   m.HourNow = FormatDate(loop().Now(), "h");
   ShowPortIndicators();
+  // The processor, the page file and the system facts.
+  ReadCPUWMI(*this);
+  SwapInfo(*this);
+  GetSYS(*this);
+  m.SysInfo = m.CPUInfo;
 
   // 30. One whole sampling cycle by hand, then pending events.
   Timer1();

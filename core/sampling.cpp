@@ -2,6 +2,7 @@
 // the main screen.
 #include "core/app.h"
 #include "core/legacy.h"
+#include "inventory/processor_facts.h"
 
 namespace tarnex {
 
@@ -198,6 +199,9 @@ void App::Timer1() {
   m.Label43 = "Memory Pages Input: " + FN(m.PagesInput) + " Sec";
   m.Label44 = "Memory Pages Output: " + FN(m.PagesOutput) + " Sec";
   Yield();
+
+  // 18. Once a minute, the page-file figures.
+  if (m.MinuteTick > 59) SwapInfo(*this);
 
   // 22. The tick counter wraps.
   if (m.MinuteTick > 60) m.MinuteTick = 1;
