@@ -142,18 +142,6 @@ std::map<std::string, uint64_t> ParseMemInfo(const std::string& text) {
   return out;
 }
 
-std::vector<SwapEntry> ParseSwaps(const std::string& text) {
-  std::vector<SwapEntry> out;
-  const auto lines = Lines(text);
-  for (size_t i = 1; i < lines.size(); ++i) {  // the first line is the heading
-    std::istringstream fields(lines[i]);
-    SwapEntry e;
-    std::string type;
-    if (fields >> e.name >> type >> e.size_kb >> e.used_kb) out.push_back(e);
-  }
-  return out;
-}
-
 namespace {
 
 std::string Unescape(const std::string& text) {
@@ -174,6 +162,21 @@ std::string Unescape(const std::string& text) {
 }
 
 }  // namespace
+
+std::vector<SwapEntry> ParseSwaps(const std::string& text) {
+  std::vector<SwapEntry> out;
+  const auto lines = Lines(text);
+  for (size_t i = 1; i < lines.size(); ++i) {  // the first line is the heading
+    std::istringstream fields(lines[i]);
+    SwapEntry e;
+    std::string type;
+    if (fields >> e.name >> type >> e.size_kb >> e.used_kb) {
+      e.name = Unescape(e.name);
+      out.push_back(e);
+    }
+  }
+  return out;
+}
 
 std::vector<MountEntry> ParseMounts(const std::string& text) {
   std::vector<MountEntry> out;
