@@ -6,6 +6,9 @@
 #include "core/legacy.h"
 #include "counters/catalogue.h"
 #include "counters/programs.h"
+#include "inventory/dos_outputs.h"
+#include "inventory/processor_facts.h"
+#include "inventory/system_facts.h"
 
 namespace tarnex {
 
@@ -145,6 +148,10 @@ bool App::FormLoad() {
   auto& m = model_;
   auto& pdh = platform_.Counters();
 
+  // 1. The command runner; what it receives goes to DOSBox.
+  objDOS_ = std::make_unique<DOSOutputs>(*this);
+  objDOS_->ReceiveOutputs = [this](const std::string& text) { model_.DOSBox += text; };
+
   // 2. Identity and environment.
   m.AppVersion = "0.80";
   m.AppBuildDate = "14 Nov 2012";
@@ -208,8 +215,13 @@ bool App::FormLoad() {
   // 29. The hour, the connection indicators.
   m.HourNow = FormatDate(loop().Now(), "h");
   ShowPortIndicators();
+  // The processor, the page file, the services and the system facts.
+  ReadCPUWMI(*this);
+  SwapInfo(*this);
   CountServices(platform_, m);
   m.ServiceText = "Service: " + legacy::Str(m.ServiceCount);
+  GetSYS(*this);
+  m.SysInfo = m.CPUInfo;
 
   // 30. One whole sampling cycle by hand, then pending events.
   Timer1();

@@ -3,6 +3,7 @@
 #include "core/app.h"
 #include "core/legacy.h"
 #include "counters/programs.h"
+#include "inventory/processor_facts.h"
 
 namespace tarnex {
 
@@ -203,8 +204,9 @@ void App::Timer1() {
   // 17. The program list, every half minute of ticks.
   if (m.MinuteTick == 30) RefreshPrograms(platform_, m, [this] { Yield(); });
 
-  // 18. The service count, every minute of ticks.
+  // 18. The page file and the service count, every minute of ticks.
   if (m.MinuteTick > 59) {
+    SwapInfo(*this);
     CountServices(platform_, m);
     m.ServiceText = "Service: " + Str(m.ServiceCount);
   }
