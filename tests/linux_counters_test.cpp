@@ -2,7 +2,10 @@
 // counters on canned copies of machines (tests/data/linux), the whole
 // catalogue on a canned machine, and sanity bounds on this host.
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <signal.h>
 #include <sys/statvfs.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -1070,6 +1073,65 @@ TEST(LinuxHost, FiguresOfThisHostAreWithinSaneBounds) {
   counters.CollectQueryData(query);
   EXPECT_GT(read(own), 1e6);
   EXPECT_LT(read(own), total);
+}
+
+// Starts a copy of sleep under the name `program` and waits until it runs it.
+pid_t StartProgram(const std::string& program) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    execl(program.c_str(), program.c_str(), "30", static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  const std::string link = "/proc/" + std::to_string(pid) + "/exe";
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (std::chrono::steady_clock::now() < deadline) {
+    std::error_code error;
+    if (fs::read_symlink(link, error) == program) break;
+    sched_yield();
+  }
+  return pid;
+}
+
+void EndProgram(pid_t pid) {
+  kill(pid, SIGKILL);
+  waitpid(pid, nullptr, 0);
+}
+
+TEST(LinuxHost, WatchedProcessThatEndsReadsZeroUntilItsNameIsBack) {
+  const std::string dir = MakeTempDir();
+  const std::string name = "tarnexwatch" + std::to_string(getpid());
+  const std::string program = dir + "/" + name;
+  fs::copy_file("/bin/sleep", program);
+  fs::permissions(program, fs::perms::owner_all);
+  LinuxCounters counters;
+  uint32_t query = 0;
+  counters.OpenQuery(query);
+  const auto read = [&](int32_t handle, bool& valid) {
+    uint32_t status = 0;
+    const double v = counters.GetDoubleCounterValue(handle, status);
+    valid = status == PerfCounters::kOk;
+    return v;
+  };
+  int32_t set = 0;
+  EXPECT_NE(counters.AddCounter(query, "\\Process(" + name + ")\\Working Set", set),
+            PerfCounters::kOk);  // not running yet
+  pid_t pid = StartProgram(program);
+  ASSERT_EQ(counters.AddCounter(query, "\\Process(" + name + ")\\Working Set", set),
+            PerfCounters::kOk);
+  bool valid = false;
+  counters.CollectQueryData(query);
+  EXPECT_GT(read(set, valid), 0.0);
+  EXPECT_TRUE(valid);
+  EndProgram(pid);
+  counters.CollectQueryData(query);
+  EXPECT_EQ(read(set, valid), 0.0);
+  EXPECT_FALSE(valid);
+  pid = StartProgram(program);
+  counters.CollectQueryData(query);
+  EXPECT_GT(read(set, valid), 0.0);
+  EXPECT_TRUE(valid);
+  EndProgram(pid);
+  fs::remove_all(dir);
 }
 
 TEST(LinuxHost, WholeCatalogueOnThisHost) {

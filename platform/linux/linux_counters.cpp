@@ -59,6 +59,74 @@ bool ReadWhole(const std::string& path, std::string& out, size_t limit = 0) {
   return ok;
 }
 
+// A file of the host read again at each collection. Under the host's own
+// /proc and /sys the descriptor stays open and each read starts again at
+// offset 0, where the kernel makes the text anew; this costs a fraction of
+// opening the file each time. A copy's files (in tests) are opened at each
+// read, since a copy changes by files being replaced.
+class HostFile {
+ public:
+  HostFile() = default;
+  HostFile(std::string path, bool hold, size_t limit = 0)
+      : path_(std::move(path)), hold_(hold), limit_(limit) {}
+  HostFile(HostFile&& other) noexcept { *this = std::move(other); }
+  HostFile& operator=(HostFile&& other) noexcept {
+    if (this != &other) {
+      Close();
+      path_ = std::move(other.path_);
+      hold_ = other.hold_;
+      limit_ = other.limit_;
+      fd_ = other.fd_;
+      other.fd_ = -1;
+    }
+    return *this;
+  }
+  HostFile(const HostFile&) = delete;
+  HostFile& operator=(const HostFile&) = delete;
+  ~HostFile() { Close(); }
+
+  bool Named() const { return !path_.empty(); }
+
+  // The file's text now; false when it cannot be read (for a process's
+  // file: the process has ended).
+  bool Read(std::string& out) {
+    if (!hold_) return ReadWhole(path_, out, limit_);
+    if (fd_ < 0) fd_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0) return false;
+    size_t size = limit_ != 0 ? limit_ : std::max<size_t>(out.capacity(), 4096);
+    out.resize(size);
+    size_t got = 0;
+    for (;;) {
+      const ssize_t n = ::pread(fd_, out.data() + got, size - got, static_cast<off_t>(got));
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        Close();
+        out.clear();
+        return false;
+      }
+      got += static_cast<size_t>(n);
+      // The kernel's texts come whole up to the size asked for: a shorter
+      // read is the end.
+      if (got < size || limit_ != 0) break;
+      size *= 2;
+      out.resize(size);
+    }
+    out.resize(got);
+    return true;
+  }
+
+  void Close() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+  }
+
+ private:
+  std::string path_;
+  bool hold_ = false;
+  size_t limit_ = 0;
+  int fd_ = -1;
+};
+
 bool IsNumber(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
@@ -169,6 +237,7 @@ struct CachedText {
   uint64_t generation = kNever;
   bool ok = false;
   std::string text;
+  HostFile file;
 };
 
 // Free space of a file system.
@@ -199,6 +268,7 @@ struct Watch {
   uint64_t serial = 0;
   std::optional<PidStat> stat;
   std::optional<PidIo> io;
+  HostFile stat_file, io_file;  // /proc/PID/stat and /proc/PID/io
 };
 
 // While a watched name has no process, the processes started since the last
@@ -230,12 +300,19 @@ class LinuxHost {
       : root_(std::move(root)),
         proc_(root_ + "/proc"),
         sys_(root_ + "/sys"),
+        hold_(root_.empty()),
         configured_(std::move(configured)) {
     const long page = sysconf(_SC_PAGESIZE);
     const long ticks = sysconf(_SC_CLK_TCK);
     page_size_ = page > 0 ? static_cast<double>(page) : 4096;
     clock_ticks_ = ticks > 0 ? static_cast<double>(ticks) : 100;
   }
+
+  ~LinuxHost() {
+    if (proc_dir_ != nullptr) closedir(proc_dir_);
+  }
+  LinuxHost(const LinuxHost&) = delete;
+  LinuxHost& operator=(const LinuxHost&) = delete;
 
   std::function<double()> clock = MonotonicSeconds;
   // The time of the collection in progress.
@@ -253,7 +330,8 @@ class LinuxHost {
 
   const std::string* Text(CachedText& cache, const std::string& path, size_t limit = 0) {
     if (cache.generation != generation_) {
-      cache.ok = ReadWhole(path, cache.text, limit);
+      if (!cache.file.Named()) cache.file = HostFile(path, hold_, limit);
+      cache.ok = cache.file.Read(cache.text);
       cache.generation = generation_;
     }
     return cache.ok ? &cache.text : nullptr;
@@ -343,8 +421,23 @@ class LinuxHost {
 
   const std::vector<int64_t>& Pids() {
     if (pids_generation_ != generation_) {
-      pids_ = ListProcesses(proc_);
       pids_generation_ = generation_;
+      if (!hold_) {
+        pids_ = ListProcesses(proc_);
+      } else {
+        // The folder stays open and is read again from its start.
+        if (proc_dir_ == nullptr) proc_dir_ = opendir(proc_.c_str());
+        pids_.clear();
+        if (proc_dir_ != nullptr) {
+          rewinddir(proc_dir_);
+          while (dirent* entry = readdir(proc_dir_)) {
+            const char* name = entry->d_name;
+            if (name[0] < '1' || name[0] > '9') continue;
+            pids_.push_back(std::strtoll(name, nullptr, 10));
+          }
+          std::sort(pids_.begin(), pids_.end());
+        }
+      }
     }
     return pids_;
   }
@@ -366,34 +459,29 @@ class LinuxHost {
     return base.substr(0, base.size() - 4);
   }
 
-  std::optional<PidStat> ReadPidStat(int64_t pid) {
-    if (!ReadWhole(PidPath(pid, "stat"), scratch_)) return std::nullopt;
-    return ParsePidStat(scratch_);
-  }
-  std::optional<PidIo> ReadPidIo(int64_t pid) {
-    if (!ReadWhole(PidPath(pid, "io"), scratch_)) return std::nullopt;
-    return ParsePidIo(scratch_);
-  }
-
-  // Every process with a program, in increasing pid order: pid and the name
-  // in lower case. Made once per collection, and once more when a name is
-  // missed, so that a program started since the collection is found.
+  // The first process (lowest pid) that runs a program, by the name in
+  // lower case; 0 when none does. The index of names is made anew once per
+  // collection; a name it misses is looked for among the processes started
+  // since.
   int64_t FindProgram(const std::string& lower_name) {
     if (index_generation_ != generation_) {
-      BuildIndex();
-      index_rescanned_ = false;
+      index_.clear();
+      index_pids_.clear();
+      index_generation_ = generation_;
+    } else if (const int64_t pid = LookUp(lower_name)) {
+      return pid;
     }
-    if (const int64_t pid = LookUp(lower_name)) return pid;
-    if (index_rescanned_) return 0;
-    BuildIndex();
-    index_rescanned_ = true;
+    UpdateIndex();
     return LookUp(lower_name);
   }
   std::vector<std::string> ProgramNames() {
-    BuildIndex();
+    index_.clear();
+    index_pids_.clear();
+    index_generation_ = generation_;
+    UpdateIndex();
     std::vector<std::string> names;
-    for (const auto& [pid, name] : index_names_) {
-      if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+    for (const auto& p : index_) {
+      if (std::find(names.begin(), names.end(), p.name) == names.end()) names.push_back(p.name);
     }
     return names;
   }
@@ -406,11 +494,13 @@ class LinuxHost {
     if (it != watches_.end() && it->second.pid != 0) return &it->second;
     const int64_t pid = FindProgram(key);
     if (pid == 0) return nullptr;
-    Watch candidate = it != watches_.end() ? it->second : Watch{};
-    if (candidate.name.empty()) candidate.name = name;
-    if (!Bind(candidate, pid)) return nullptr;
+    const bool created = it == watches_.end();
     Watch& w = watches_[key];
-    w = candidate;
+    if (w.name.empty()) w.name = name;
+    if (!Bind(w, pid)) {
+      if (created) watches_.erase(key);
+      return nullptr;
+    }
     return &w;
   }
 
@@ -422,7 +512,7 @@ class LinuxHost {
     bool unbound = false, lost = false;
     for (auto& [key, w] : watches_) {
       if (w.pid != 0 && !Refresh(w)) {
-        w.pid = 0;
+        Unbind(w);
         lost = true;
       }
       unbound = unbound || w.pid == 0;
@@ -543,72 +633,97 @@ class LinuxHost {
   }
 
   std::optional<NetSample> Net(const std::string& interface) {
-    auto& entry = net_.try_emplace(interface, kNever, std::nullopt).first->second;
-    if (entry.first != generation_) {
-      entry.first = generation_;
-      entry.second.reset();
+    NetEntry& entry = net_[interface];
+    if (entry.generation != generation_) {
+      entry.generation = generation_;
+      entry.sample.reset();
+      static const char* const kFiles[7] = {"rx_bytes",  "tx_bytes",  "rx_packets", "tx_packets",
+                                            "rx_errors", "tx_errors", "multicast"};
       const std::string base = sys_ + "/class/net/" + interface + "/statistics/";
-      NetSample s;
-      const std::pair<const char*, uint64_t*> files[] = {
-          {"rx_bytes", &s.rx_bytes},     {"tx_bytes", &s.tx_bytes},   {"rx_packets", &s.rx_packets},
-          {"tx_packets", &s.tx_packets}, {"rx_errors", &s.rx_errors}, {"tx_errors", &s.tx_errors},
-          {"multicast", &s.multicast}};
-      bool ok = true;
-      for (const auto& [file, field] : files) {
-        std::optional<uint64_t> v;
-        if (ReadWhole(base + file, scratch_)) v = SysfsNumber(scratch_);
-        if (!v) {
-          ok = false;
-          break;
-        }
-        *field = *v;
+      uint64_t v[7] = {};
+      for (size_t i = 0; i < 7; ++i) {
+        if (!entry.files[i].Named()) entry.files[i] = HostFile(base + kFiles[i], hold_);
+        std::optional<uint64_t> n;
+        if (entry.files[i].Read(scratch_)) n = SysfsNumber(scratch_);
+        if (!n) return std::nullopt;
+        v[i] = *n;
       }
-      if (ok) entry.second = s;
+      entry.sample = NetSample{v[0], v[1], v[2], v[3], v[4], v[5], v[6]};
     }
-    return entry.second;
+    return entry.sample;
   }
 
  private:
+  std::optional<PidStat> ReadStat(Watch& w) {
+    if (!w.stat_file.Read(scratch_)) return std::nullopt;
+    return ParsePidStat(scratch_);
+  }
+  std::optional<PidIo> ReadIo(Watch& w) {
+    if (!w.io_file.Read(scratch_)) return std::nullopt;
+    return ParsePidIo(scratch_);
+  }
   bool Bind(Watch& w, int64_t pid) {
-    const auto s = ReadPidStat(pid);
-    if (!s) return false;
+    w.stat_file = HostFile(PidPath(pid, "stat"), hold_);
+    w.io_file = HostFile(PidPath(pid, "io"), hold_);
+    const auto s = ReadStat(w);
+    if (!s) {
+      Unbind(w);
+      return false;
+    }
     w.pid = pid;
     w.start = s->starttime;
     w.comm = s->comm;
     w.stat = s;
-    w.io = ReadPidIo(pid);
+    w.io = ReadIo(w);
     ++w.serial;
     return true;
   }
-  // False when the process has gone or now runs another program.
+  void Unbind(Watch& w) {
+    w.pid = 0;
+    w.stat.reset();
+    w.io.reset();
+    w.stat_file = HostFile();
+    w.io_file = HostFile();
+  }
+  // False when the process has gone or now runs another program. A held
+  // descriptor of an ended process fails even when its pid is in use again.
   bool Refresh(Watch& w) {
-    const auto s = ReadPidStat(w.pid);
+    const auto s = ReadStat(w);
     if (!s || s->starttime != w.start || s->comm != w.comm) return false;
     w.stat = s;
-    w.io = ReadPidIo(w.pid);
+    w.io = ReadIo(w);
     return true;
   }
   int64_t LookUp(const std::string& lower_name) const {
-    for (const auto& [pid, name] : index_) {
-      if (name == lower_name) return pid;
+    for (const auto& p : index_) {
+      if (p.lower == lower_name) return p.pid;
     }
     return 0;
   }
-  void BuildIndex() {
-    index_.clear();
-    index_names_.clear();
+  // Brings the index up to the processes now: those gone leave it, the
+  // programs of those not seen before are read.
+  void UpdateIndex() {
     const std::vector<int64_t> pids = ListProcesses(proc_);
+    std::vector<Named> next;
+    next.reserve(index_.size() + 8);
+    size_t at = 0;
     for (int64_t pid : pids) {
-      const std::string name = ProgramOf(pid);
-      if (name.empty()) continue;
-      index_.emplace_back(pid, Lower(name));
-      index_names_.emplace_back(pid, name);
+      while (at < index_.size() && index_[at].pid < pid) ++at;
+      if (at < index_.size() && index_[at].pid == pid) {
+        next.push_back(std::move(index_[at]));
+        continue;
+      }
+      if (std::binary_search(index_pids_.begin(), index_pids_.end(), pid)) continue;
+      std::string name = ProgramOf(pid);
+      if (!name.empty()) next.push_back(Named{pid, Lower(name), std::move(name)});
     }
-    index_generation_ = generation_;
+    index_ = std::move(next);
+    index_pids_ = pids;
     examined_ = pids;
   }
 
   std::string root_, proc_, sys_;
+  bool hold_;  // keep the files of the host open (not those of a copy)
   std::vector<std::string> configured_;
   double page_size_ = 4096, clock_ticks_ = 100;
   uint64_t generation_ = 0;
@@ -623,11 +738,18 @@ class LinuxHost {
 
   uint64_t pids_generation_ = kNever;
   std::vector<int64_t> pids_;
+  DIR* proc_dir_ = nullptr;
   std::string scratch_;
 
   uint64_t index_generation_ = kNever;
-  bool index_rescanned_ = false;
-  std::vector<std::pair<int64_t, std::string>> index_, index_names_;
+  // A process with a program: its pid, and its program's name in lower
+  // case and as it stands. In increasing pid order.
+  struct Named {
+    int64_t pid;
+    std::string lower, name;
+  };
+  std::vector<Named> index_;
+  std::vector<int64_t> index_pids_;  // every process looked at, with a program or not
   std::map<std::string, Watch> watches_;
   uint64_t programs_generation_ = kNever;
   uint64_t last_full_scan_ = kNever;
@@ -641,7 +763,12 @@ class LinuxHost {
 
   uint64_t adapters_generation_ = kNever;
   std::vector<std::pair<std::string, std::string>> adapters_;
-  std::map<std::string, std::pair<uint64_t, std::optional<NetSample>>> net_;
+  struct NetEntry {
+    uint64_t generation = kNever;
+    std::optional<NetSample> sample;
+    HostFile files[7];
+  };
+  std::map<std::string, NetEntry> net_;
 };
 
 namespace {
