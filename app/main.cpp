@@ -11,6 +11,7 @@
 #include <cstring>
 #include <exception>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -251,13 +252,17 @@ int Run(const Options& o) {
 
   if (!app.FormLoad()) return kExitOtherInstance;
 
+  // The closing timer's handler runs from the loop below: what it refers to
+  // lives as long as this function.
+  int64_t end = 0;
+  int closer = 0;
+  std::function<int64_t()> interval;
   if (o.run_for) {
-    const int64_t end = started + static_cast<int64_t>(*o.run_for * 1000);
-    const auto interval = [&loop, end] {
+    end = started + static_cast<int64_t>(*o.run_for * 1000);
+    interval = [&loop, &end] {
       const int64_t left = end - loop.MonotonicMs();
       return left < 1 ? int64_t{1} : (left > 60000 ? int64_t{60000} : left);
     };
-    int closer = 0;
     closer = loop.AddTimer([&] {
       if (loop.MonotonicMs() >= end) {
         loop.SetTimerEnabled(closer, false);
