@@ -11,10 +11,12 @@
 #include <cstring>
 #include <exception>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -47,6 +49,9 @@ const char* const kHelp =
     "  --dump-model FILE      when the run ends, write the whole server model as JSON\n"
     "  --boot-dir DIR         where the start-at-boot unit file goes (linux; default:\n"
     "                         /etc/systemd/system)\n"
+    "  --interfaces NAME,...  the network interfaces to measure, by their kernel names\n"
+    "                         (linux; default: the physical interfaces, or in a container\n"
+    "                         every interface but the loopback)\n"
     "  --quiet                keep operator messages off standard error (sim)\n"
     "  --version              print the program's version and exit\n"
     "  --help                 print this help and exit\n"
@@ -64,6 +69,7 @@ struct Options {
   bool answer = false;
   std::string dump_model;
   std::string boot_dir = "/etc/systemd/system";
+  std::vector<std::string> interfaces;
   bool quiet = false;
   bool help = false;
   bool version = false;
@@ -92,6 +98,20 @@ bool ParseNumber(const std::string& text, double& out) {
   return !text.empty() && end != nullptr && *end == '\0' && errno == 0;
 }
 
+// "eth0,eth1" as names; false when a name is empty.
+bool ParseNames(const std::string& text, std::vector<std::string>& names) {
+  names.clear();
+  size_t pos = 0;
+  for (;;) {
+    const size_t comma = text.find(',', pos);
+    const std::string name = text.substr(pos, comma == std::string::npos ? comma : comma - pos);
+    if (name.empty()) return false;
+    names.push_back(name);
+    if (comma == std::string::npos) return true;
+    pos = comma + 1;
+  }
+}
+
 // Returns an empty text on success, else what is wrong.
 std::string ParseOptions(int argc, char** argv, Options& o) {
   for (int i = 1; i < argc; ++i) {
@@ -110,7 +130,7 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       o.quiet = true;
     } else if (arg == "--app-path" || arg == "--platform" || arg == "--scenario" ||
                arg == "--start" || arg == "--speed" || arg == "--run-for" || arg == "--answer" ||
-               arg == "--dump-model" || arg == "--boot-dir") {
+               arg == "--dump-model" || arg == "--boot-dir" || arg == "--interfaces") {
       if (!value(v)) return "option " + arg + " needs a value";
       if (arg == "--app-path") {
         if (v.empty()) return "--app-path needs a folder";
@@ -144,6 +164,10 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       } else if (arg == "--boot-dir") {
         if (v.empty()) return "--boot-dir needs a folder";
         o.boot_dir = v;
+      } else if (arg == "--interfaces") {
+        if (!ParseNames(v, o.interfaces)) {
+          return "--interfaces needs interface names separated by commas, not '" + v + "'";
+        }
       }
     } else {
       return "unknown option '" + arg + "'";
@@ -151,6 +175,8 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
   }
   if (o.platform == "sim" && o.scenario.empty()) return "--platform sim needs --scenario FILE";
   if (o.platform == "linux" && !o.scenario.empty()) return "--scenario goes with --platform sim";
+  if (o.platform == "sim" && !o.interfaces.empty())
+    return "--interfaces goes with --platform linux";
   return {};
 }
 
@@ -203,6 +229,7 @@ int Run(const Options& o) {
     linux_options.executable = ExecutablePath();
     linux_options.boot_dir = o.boot_dir;
     linux_options.answer = o.answer;
+    linux_options.interfaces = o.interfaces;
     platform = std::make_unique<tarnex::LinuxPlatform>(linux_options);
   }
 

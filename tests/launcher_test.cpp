@@ -73,8 +73,9 @@ class Launcher : public ::testing::Test {
 TEST_F(Launcher, HelpListsTheOptions) {
   const Result r = RunServer({"--help"});
   EXPECT_EQ(r.code, 0);
-  for (const char* option : {"--app-path", "--platform", "--scenario", "--start", "--speed",
-                             "--run-for", "--answer", "--dump-model", "--boot-dir", "--version"}) {
+  for (const char* option :
+       {"--app-path", "--platform", "--scenario", "--start", "--speed", "--run-for", "--answer",
+        "--dump-model", "--boot-dir", "--interfaces", "--version"}) {
     EXPECT_NE(r.out.find(option), std::string::npos) << option;
   }
 }
@@ -101,6 +102,12 @@ TEST_F(Launcher, BadOptionsExitWithTwoAndWriteNothing) {
   ExpectUsageError(RunServer({"--app-path", app_, "--start", "2012-13-01 00:00:00"}), "--start");
   ExpectUsageError(RunServer({"--app-path", app_, "--run-for", "-1"}), "--run-for");
   ExpectUsageError(RunServer({"--app-path", app_, "--scenario", scenario_}), "--platform sim");
+  ExpectUsageError(RunServer({"--app-path", app_, "--interfaces"}), "--interfaces needs a value");
+  ExpectUsageError(RunServer({"--app-path", app_, "--interfaces", ""}), "--interfaces");
+  ExpectUsageError(RunServer({"--app-path", app_, "--interfaces", "eth0,,eth1"}), "--interfaces");
+  ExpectUsageError(RunServer({"--app-path", app_, "--platform", "sim", "--scenario", scenario_,
+                              "--interfaces", "eth0"}),
+                   "--interfaces goes with --platform linux");
   EXPECT_FALSE(Exists(app_));
 }
 
@@ -171,6 +178,18 @@ TEST_F(Launcher, RealHostRunOfAFewSecondsMakesTheTree) {
   EXPECT_EQ(settings.rfind("[Server]\r\nFirst Run=", 0), 0u) << settings;
   EXPECT_NE(settings.find("\r\nLeft=0\r\nTop=0\r\n"), std::string::npos);
   EXPECT_TRUE(Exists(app_ + "/Logs/Annual Bandwidth.txt"));
+}
+
+TEST_F(Launcher, InterfacesOptionNamesTheAdaptersOfTheHost) {
+  const std::string dump = dir_ + "/model.json";
+  const Result r = RunServer(
+      {"--app-path", app_, "--run-for", "1", "--interfaces", "lo,nosuch0", "--dump-model", dump});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const auto model = nlohmann::json::parse(ReadFile(dump));
+  EXPECT_EQ(model["AdapterCount"], 1);
+  EXPECT_EQ(model["AdapterName"][0], "Network Adapter lo");
+  EXPECT_NE(model["hNetBytesTotal"][0], 0);
+  EXPECT_EQ(model["hNetBytesTotal"][1], 0);
 }
 
 bool WaitFor(const std::function<bool()>& ready, int tenths) {

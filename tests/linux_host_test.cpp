@@ -10,12 +10,13 @@
 #include <thread>
 
 #include "platform/linux/linux_platform.h"
+#include "platform/linux/proc_text.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
 namespace {
 
-class LinuxHost : public ::testing::Test {
+class LinuxHostServices : public ::testing::Test {
  protected:
   void SetUp() override {
     dir_ = MakeTempDir();
@@ -53,7 +54,7 @@ class ScopedEnv {
   std::optional<std::string> old_;
 };
 
-TEST_F(LinuxHost, EnvironmentFallsBackToTheHostsOwnFacts) {
+TEST_F(LinuxHostServices, EnvironmentFallsBackToTheHostsOwnFacts) {
   ScopedEnv a("WinDIR", nullptr), b("COMPUTERNAME", nullptr), c("NUMBER_OF_PROCESSORS", nullptr);
   LinuxPlatform host(options_);
   EXPECT_EQ(host.Environment("WinDIR"), "/");
@@ -64,7 +65,7 @@ TEST_F(LinuxHost, EnvironmentFallsBackToTheHostsOwnFacts) {
             std::to_string(sysconf(_SC_NPROCESSORS_ONLN)));
 }
 
-TEST_F(LinuxHost, EnvironmentVariablesWinWhenSet) {
+TEST_F(LinuxHostServices, EnvironmentVariablesWinWhenSet) {
   ScopedEnv a("WinDIR", "C:\\Windows"), b("COMPUTERNAME", "SRV9"), c("NUMBER_OF_PROCESSORS", "16");
   LinuxPlatform host(options_);
   EXPECT_EQ(host.Environment("WinDIR"), "C:\\Windows");
@@ -72,7 +73,7 @@ TEST_F(LinuxHost, EnvironmentVariablesWinWhenSet) {
   EXPECT_EQ(host.Environment("NUMBER_OF_PROCESSORS"), "16");
 }
 
-TEST_F(LinuxHost, StartAtBootWritesAndRemovesTheUnit) {
+TEST_F(LinuxHostServices, StartAtBootWritesAndRemovesTheUnit) {
   LinuxPlatform host(options_);
   ASSERT_TRUE(host.SetStartAtBoot(dir_ + "\\Tarnex Server.exe"));
   const std::string unit = ReadFile(options_.boot_dir + "/tarnex-server.service");
@@ -85,13 +86,13 @@ TEST_F(LinuxHost, StartAtBootWritesAndRemovesTheUnit) {
   EXPECT_FALSE(host.DeleteStartAtBoot());
 }
 
-TEST_F(LinuxHost, StartAtBootIntoAMissingFolderFails) {
+TEST_F(LinuxHostServices, StartAtBootIntoAMissingFolderFails) {
   options_.boot_dir = dir_ + "/no/such/folder";
   LinuxPlatform host(options_);
   EXPECT_FALSE(host.SetStartAtBoot("x"));
 }
 
-TEST_F(LinuxHost, SecondInstanceInTheSameFolderIsRefused) {
+TEST_F(LinuxHostServices, SecondInstanceInTheSameFolderIsRefused) {
   LinuxPlatform first(options_), second(options_);
   EXPECT_TRUE(first.FirstInstance(dir_));
   EXPECT_FALSE(second.FirstInstance(dir_));
@@ -100,7 +101,7 @@ TEST_F(LinuxHost, SecondInstanceInTheSameFolderIsRefused) {
   EXPECT_TRUE(second.FirstInstance(other));
 }
 
-TEST_F(LinuxHost, OwnProcessIsFoundByItsPathInAnyCase) {
+TEST_F(LinuxHostServices, OwnProcessIsFoundByItsPathInAnyCase) {
   LinuxPlatform host(options_);
   const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
   EXPECT_EQ(host.FindProcessByPath(self), getpid());
@@ -114,7 +115,7 @@ TEST_F(LinuxHost, OwnProcessIsFoundByItsPathInAnyCase) {
   EXPECT_EQ(host.FindProcessByPath(dir_ + "\\SendBU.exe"), 0);
 }
 
-TEST_F(LinuxHost, ProcessListHasThisProgramNamedAsAModule) {
+TEST_F(LinuxHostServices, ProcessListHasThisProgramNamedAsAModule) {
   LinuxPlatform host(options_);
   const auto pids = host.EnumProcesses();
   EXPECT_NE(std::find(pids.begin(), pids.end(), getpid()), pids.end());
@@ -135,7 +136,7 @@ TEST(ProgramNames, ScriptsAreNamedAfterTheScript) {
   EXPECT_EQ(ProgramBaseName("/opt/app/server (deleted)", std::string("server\0", 7)), "server.exe");
 }
 
-TEST_F(LinuxHost, ShellOpenStartsAnExecutableInItsFolder) {
+TEST_F(LinuxHostServices, ShellOpenStartsAnExecutableInItsFolder) {
   const std::string script = dir_ + "/companion.sh";
   WriteFile(script, "#!/bin/sh\npwd > started.txt\n");
   chmod(script.c_str(), 0755);
@@ -158,7 +159,7 @@ TEST(ProcStat, ProcessorLinesAreRead) {
   EXPECT_EQ(cpus[1].name, "cpu0");
 }
 
-TEST(RealHost, ProcessorIdleCounterReadsAPercentageAfterTwoCollections) {
+TEST(LinuxHostProcessor, IdleCounterReadsAPercentageAfterTwoCollections) {
   LinuxCounters counters;
   uint32_t query = 0;
   counters.OpenQuery(query);

@@ -25,6 +25,7 @@
 #include <sstream>
 
 #include "platform/linux/host_facts.h"
+#include "platform/linux/proc_text.h"
 
 extern char** environ;
 
@@ -44,92 +45,12 @@ std::string ReadText(const std::string& path) {
   return out.str();
 }
 
-const CpuTimes* FindCpu(const std::vector<CpuTimes>& list, const std::string& name) {
-  for (const auto& c : list) {
-    if (c.name == name) return &c;
-  }
-  return nullptr;
-}
-
-// A percentage of processor time between the last two samples of /proc/stat.
-class CpuPercentSource : public CounterSource {
- public:
-  enum Kind { kBusy, kIdle };
-  CpuPercentSource(const LinuxCounters& owner, std::string cpu, Kind kind)
-      : owner_(owner), cpu_(std::move(cpu)), kind_(kind) {}
-  void Collect() override {
-    const CpuTimes* a = FindCpu(owner_.previous(), cpu_);
-    const CpuTimes* b = FindCpu(owner_.current(), cpu_);
-    valid_ = a != nullptr && b != nullptr;
-    if (!valid_) return;
-    const double total = static_cast<double>(b->Total() - a->Total());
-    const double idle = static_cast<double>(b->Idle() - a->Idle());
-    const double idle_pct = total > 0 ? idle / total * 100 : 100;
-    value_ = kind_ == kIdle ? idle_pct : 100 - idle_pct;
-    if (value_ < 0) value_ = 0;
-    if (value_ > 100) value_ = 100;
-  }
-  bool Valid() const override { return valid_; }
-  double Value() const override { return value_; }
-
- private:
-  const LinuxCounters& owner_;
-  std::string cpu_;
-  Kind kind_;
-  bool valid_ = false;
-  double value_ = 0;
-};
-
 }  // namespace
 
-std::vector<CpuTimes> ParseProcStat(const std::string& text) {
-  std::vector<CpuTimes> out;
-  std::istringstream lines(text);
-  std::string line;
-  while (std::getline(lines, line)) {
-    if (line.compare(0, 3, "cpu") != 0) continue;
-    std::istringstream fields(line);
-    CpuTimes c;
-    fields >> c.name >> c.user >> c.nice >> c.system >> c.idle >> c.iowait >> c.irq >> c.softirq >>
-        c.steal;
-    if (!c.name.empty()) out.push_back(c);
-  }
-  return out;
-}
-
-std::unique_ptr<CounterSource> LinuxCounters::Resolve(const std::string& local_path) {
-  const std::string path = Lower(local_path);
-  const std::string prefix = "\\processor(";
-  const size_t close = path.find(")\\");
-  if (path.compare(0, prefix.size(), prefix) == 0 && close != std::string::npos) {
-    const std::string instance = path.substr(prefix.size(), close - prefix.size());
-    const std::string counter = path.substr(close + 2);
-    const bool numeric =
-        !instance.empty() && instance.find_first_not_of("0123456789") == std::string::npos;
-    if (!numeric && instance != "_total") return nullptr;
-    const std::string cpu = numeric ? "cpu" + instance : "cpu";
-    const auto cpus = current_.empty() ? ParseProcStat(ReadText(proc_root_ + "/stat")) : current_;
-    if (FindCpu(cpus, cpu) == nullptr) return nullptr;
-    if (counter == "% idle time") {
-      return std::make_unique<CpuPercentSource>(*this, cpu, CpuPercentSource::kIdle);
-    }
-    if (counter == "% processor time") {
-      return std::make_unique<CpuPercentSource>(*this, cpu, CpuPercentSource::kBusy);
-    }
-  }
-  return nullptr;
-}
-
-void LinuxCounters::BeginCollection() {
-  previous_ = std::move(current_);
-  current_ = ParseProcStat(ReadText(proc_root_ + "/stat"));
-}
-
-bool LinuxCounters::Instances(const std::string& object, std::vector<std::string>& instances) {
-  return false;
-}
-
-LinuxPlatform::LinuxPlatform(LinuxOptions options) : options_(std::move(options)) {}
+LinuxPlatform::LinuxPlatform(LinuxOptions options)
+    : options_(std::move(options)),
+      proc_(options_.root + "/proc"),
+      counters_(options_.root, options_.interfaces) {}
 
 std::string LinuxPlatform::Environment(const std::string& name) {
   if (const char* value = std::getenv(name.c_str())) return value;
@@ -198,59 +119,18 @@ bool LinuxPlatform::DeleteStartAtBoot() {
   return ::unlink(unit.c_str()) == 0;
 }
 
-std::string ProgramBaseName(const std::string& exe, const std::string& cmdline) {
-  std::string name = exe.substr(exe.find_last_of('/') + 1);
-  const size_t deleted = name.find(" (deleted)");
-  if (deleted != std::string::npos) name.resize(deleted);
-  static const char* const kInterpreters[] = {"sh",   "bash", "dash", "python", "perl", "ruby",
-                                              "node", "php",  "java", "tclsh",  "lua"};
-  std::string stem = name;
-  while (!stem.empty() &&
-         (std::isdigit(static_cast<unsigned char>(stem.back())) || stem.back() == '.')) {
-    stem.pop_back();
-  }
-  bool interpreter = false;
-  for (const char* i : kInterpreters) interpreter = interpreter || stem == i;
-  if (interpreter) {
-    // The first argument after the interpreter that is not an option.
-    size_t pos = cmdline.find('\0');
-    while (pos != std::string::npos && pos + 1 < cmdline.size()) {
-      const size_t end = cmdline.find('\0', pos + 1);
-      const std::string arg = cmdline.substr(pos + 1, end - pos - 1);
-      if (!arg.empty() && arg[0] != '-') {
-        name = arg.substr(arg.find_last_of('/') + 1);
-        break;
-      }
-      pos = end;
-    }
-  }
-  const size_t dot = name.find_last_of('.');
-  if (dot != std::string::npos && dot > 0) name.resize(dot);
-  return name + ".exe";
-}
-
 std::vector<int64_t> LinuxPlatform::EnumProcesses() {
-  std::vector<int64_t> pids;
-  DIR* dir = opendir("/proc");
-  if (dir == nullptr) return pids;
-  while (dirent* entry = readdir(dir)) {
-    if (std::isdigit(static_cast<unsigned char>(entry->d_name[0]))) {
-      pids.push_back(std::atoll(entry->d_name));
-    }
-  }
-  closedir(dir);
-  std::sort(pids.begin(), pids.end());
-  return pids;
+  return ListProcesses(proc_);
 }
 
 bool LinuxPlatform::ProcessModules(int64_t pid, std::vector<std::string>& base_names) {
   // A process whose program this one may not read (another user's, or a
   // kernel thread with none) is left out, as a protected process is.
   char target[4096] = {};
-  const std::string link = "/proc/" + std::to_string(pid) + "/exe";
+  const std::string link = proc_ + "/" + std::to_string(pid) + "/exe";
   const ssize_t n = readlink(link.c_str(), target, sizeof target - 1);
   if (n <= 0) return false;
-  const std::string cmdline = ReadText("/proc/" + std::to_string(pid) + "/cmdline");
+  const std::string cmdline = ReadText(proc_ + "/" + std::to_string(pid) + "/cmdline");
   base_names = {ProgramBaseName(std::string(target, static_cast<size_t>(n)), cmdline)};
   return true;
 }
@@ -281,19 +161,19 @@ bool LinuxPlatform::CountServices(int kind, int state, const std::string& machin
 int64_t LinuxPlatform::FindProcessByPath(const std::string& path) {
   const std::string wanted = Lower(files_.Native(path));
   if (wanted.empty()) return 0;
-  DIR* dir = opendir("/proc");
+  DIR* dir = opendir(proc_.c_str());
   if (dir == nullptr) return 0;
   int64_t found = 0;
   while (dirent* entry = readdir(dir)) {
     const char* name = entry->d_name;
     if (!std::isdigit(static_cast<unsigned char>(name[0]))) continue;
     char target[4096] = {};
-    const std::string link = std::string("/proc/") + name + "/exe";
+    const std::string link = proc_ + "/" + name + "/exe";
     const ssize_t n = readlink(link.c_str(), target, sizeof target - 1);
     bool match = n > 0 && Lower(std::string(target, static_cast<size_t>(n))) == wanted;
     if (!match) {
       // A program started through an interpreter is known by its script.
-      const std::string cmdline = ReadText(std::string("/proc/") + name + "/cmdline");
+      const std::string cmdline = ReadText(proc_ + "/" + name + "/cmdline");
       const size_t first = cmdline.find('\0');
       if (first != std::string::npos) {
         const std::string second =
@@ -450,6 +330,13 @@ void SplitArguments(const std::string& text, std::vector<std::string>& out) {
 bool IsFile(const std::string& path) {
   struct stat st {};
   return !path.empty() && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+const CpuTimes* FindCpu(const std::vector<CpuTimes>& list, const std::string& name) {
+  for (const auto& c : list) {
+    if (c.name == name) return &c;
+  }
+  return nullptr;
 }
 
 // Busy percent of each processor over a short interval.

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/counter_table.h"
 #include "platform/files.h"
+#include "platform/linux/linux_counters.h"
 #include "platform/native/instance_lock.h"
 #include "platform/platform.h"
 
@@ -20,42 +20,8 @@ struct LinuxOptions {
                                                  // sits beside it
   std::string boot_dir = "/etc/systemd/system";  // where the start-at-boot unit goes
   bool answer = false;                           // the answer to yes/no questions
-};
-
-// One line of /proc/stat: the jiffies of a processor (or of all, "cpu").
-struct CpuTimes {
-  std::string name;  // "cpu", "cpu0", ...
-  unsigned long long user = 0, nice = 0, system = 0, idle = 0, iowait = 0, irq = 0, softirq = 0,
-                     steal = 0;
-  unsigned long long Total() const {
-    return user + nice + system + idle + iowait + irq + softirq + steal;
-  }
-  unsigned long long Idle() const { return idle + iowait; }
-};
-
-// The processor lines of a /proc/stat text.
-std::vector<CpuTimes> ParseProcStat(const std::string& text);
-
-// The program a process runs, as the system names it: the executable's file
-// name, or the script's for a program run by an interpreter, with ".exe".
-// `exe` is the target of /proc/PID/exe, `cmdline` the NUL-separated arguments.
-std::string ProgramBaseName(const std::string& exe, const std::string& cmdline);
-
-class LinuxCounters : public CounterTable {
- public:
-  explicit LinuxCounters(std::string proc_root = "/proc") : proc_root_(std::move(proc_root)) {}
-  // The last two samples of /proc/stat; a rate needs both.
-  const std::vector<CpuTimes>& previous() const { return previous_; }
-  const std::vector<CpuTimes>& current() const { return current_; }
-
- protected:
-  std::unique_ptr<CounterSource> Resolve(const std::string& local_path) override;
-  void BeginCollection() override;
-  bool Instances(const std::string& object, std::vector<std::string>& instances) override;
-
- private:
-  std::string proc_root_;
-  std::vector<CpuTimes> previous_, current_;
+  std::vector<std::string> interfaces;           // network interfaces to serve; empty: the rule
+  std::string root;                              // folder of the proc and sys trees; "": the host
 };
 
 class LinuxPlatform : public Platform {
@@ -94,11 +60,15 @@ class LinuxPlatform : public Platform {
   // Empty when there is no such program.
   std::vector<std::string> ResolveCommand(const std::string& command_line) const;
 
+  // The counters, for what only this provider offers (its adapters, its clock).
+  LinuxCounters& Host() { return counters_; }
+
   static constexpr const char* kUnitName = "tarnex-server.service";
   static constexpr const char* kSystemFactsProgram = "tarnex-sysinfo";
 
  private:
   LinuxOptions options_;
+  std::string proc_;  // the proc tree of the host
   RealTimeSource time_;
   EventLoop loop_{time_};
   LinuxCounters counters_;
