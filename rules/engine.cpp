@@ -136,6 +136,9 @@ void BottleneckCheck(App& app) {
   if (m.BNNetwork == 1) NetworkRules(app);
   if (m.BNServer == 1) ServerRules(app);
   if (m.BNWeb == 1) WebRules(app);
+  if (m.BNFirewall == 1) FirewallRules(app);
+  if (m.BNProxy == 1) ProxyRules(app);
+  if (m.BNCache == 1) CacheRules(app);
 
   // 12. The trend rules have no switch.
   TrendRules(app);

@@ -216,5 +216,57 @@ TEST(RulesScenario, OnceTurnedOnBySaveStopsARuleAfterItsFirstText) {
   EXPECT_EQ(r.s().model().BNCount[2], 6);
 }
 
+TEST(RulesScenario, FirewallGroup) {
+  Machine r(R"("\\ISA Server Firewall Service\\Worker Threads": 500,
+             "\\ISA Server Firewall Packet Engine\\Active Connections": 30001)",
+            "ISA FW=1\r\n");
+  ASSERT_TRUE(r.ok());
+  r.Seconds(20);
+  const std::string threads =
+      "ISA Firewall Service Working Thread has been greater than 400. Suspect External Services "
+      "(DNS or Active Directory) or an attack is occurring";
+  const std::string active =
+      "The ISA Server Firewall Packet Engine Active Connections was greater than 30,000 for 16 "
+      "sec. Depends on the scenario. For application filtering scenarios, expect up to 30,000. "
+      "Suspect if more. For stateful filtering with IP routing enabled, expect up to 100,000. "
+      "Suspect if more.";
+  // Passes 6, 12, 16, 18.
+  EXPECT_EQ(r.DayLog(), Entry({threads}) + Entry({threads}) + Entry({active}) + Entry({threads}));
+  EXPECT_EQ(r.Bottleneck(), Keys({38, 35}));
+}
+
+TEST(RulesScenario, WebProxyGroup) {
+  Machine r(R"("\\ISA Server Web Proxy\\Cache Hit Ratio": [0, 0, 3],
+             "\\ISA Server Web Proxy\\Requests/sec": 10,
+             "\\ISA Server Web Proxy\\Failing Requests/sec": 9)",
+            "Web Proxy=1\r\n");
+  ASSERT_TRUE(r.ok());
+  r.Seconds(12);
+  const std::string failing =
+      "ISA Web Proxy Failing Requests Second has been greater than the Request Per Second (8)";
+  const std::string hit = "ISA Web Proxy Cache Hit Ratio has been greater than 30%.";
+  // Passes 5, 7, 10, 12.
+  EXPECT_EQ(r.DayLog(), Entry({failing}) + Entry({hit}) + Entry({failing}) + Entry({hit}));
+  EXPECT_EQ(r.Bottleneck(), Keys({51, 45}));
+}
+
+TEST(RulesScenario, CacheGroupEndsThePassWithRule8) {
+  Machine r(R"("\\ISA Server Cache\\Disk URL Retrieve Rate": 40,
+             "\\ISA Server Cache\\Disk Bytes Retrieved Rate": 50000,
+             "\\ISA Server Cache\\Disk Cache Allocated Space": 24)",
+            "ISA Server=1\r\n");
+  ASSERT_TRUE(r.ok());
+  r.Seconds(10);
+  const std::string urls =
+      "ISAS Server Cache Disk URL Retrieve Rate should be High (as compared to disk retrieve "
+      "rate) in forward caching, low in reverse.";
+  const std::string allocated =
+      "ISAS Server Cache Memory Cache Allocated Space has been Less than 25, when cache is full, "
+      "it should be between 50% to 100% of total memory cache size";
+  // Rule 58 never sees the bytes as read: rule 57 overwrites them first.
+  EXPECT_EQ(r.DayLog(), Entry({urls, allocated}) + Entry({urls, allocated}));
+  EXPECT_EQ(r.Bottleneck(), Keys({57, 8}));
+}
+
 }  // namespace
 }  // namespace tarnex::testing

@@ -159,8 +159,6 @@ inline std::string RuleCaseName(const ::testing::TestParamInfo<RuleCase>& info) 
 }
 
 // The tests every rule of a table gets.
-class RuleCaseTest : public ::testing::TestWithParam<RuleCase> {};
-
 inline void ExpectShortOfTheLimitSilentThenTheTextOnce(const RuleCase& rule) {
   RuleBench b;
   for (int pass = 1; pass < rule.limit_pass; ++pass) {

@@ -397,20 +397,21 @@ const RuleCase kSystemRules[] = {
      "set. This means moving more information out to the pagefiles and disk"},
 };
 
-TEST_P(RuleCaseTest, ShortOfTheLimitSilentThenTheExactTextOnce) {
+class SystemRule : public ::testing::TestWithParam<RuleCase> {};
+
+TEST_P(SystemRule, ShortOfTheLimitSilentThenTheExactTextOnce) {
   ExpectShortOfTheLimitSilentThenTheTextOnce(GetParam());
 }
-TEST_P(RuleCaseTest, NoCountAtTheNearestValueThatDoesNotHold) {
+TEST_P(SystemRule, NoCountAtTheNearestValueThatDoesNotHold) {
   ExpectNoCountAtTheBoundary(GetParam());
 }
-TEST_P(RuleCaseTest, OnceWithTheKeyWrittenFiresSilently) {
+TEST_P(SystemRule, OnceWithTheKeyWrittenFiresSilently) {
   ExpectOnceWithTheKeyWrittenSilent(GetParam());
 }
-TEST_P(RuleCaseTest, OnceWithTheKeyMissingSpeaksAtTheFirstFiringOnly) {
+TEST_P(SystemRule, OnceWithTheKeyMissingSpeaksAtTheFirstFiringOnly) {
   ExpectOnceWithTheKeyMissingSpeaksAtTheFirstFiringOnly(GetParam());
 }
-INSTANTIATE_TEST_SUITE_P(RulesSystem, RuleCaseTest, ::testing::ValuesIn(kSystemRules),
-                         RuleCaseName);
+INSTANTIATE_TEST_SUITE_P(Rules, SystemRule, ::testing::ValuesIn(kSystemRules), RuleCaseName);
 
 // Rule 1 quotes the count of rule 9.
 TEST(RulesMemory, Rule1QuotesTheCountOfRule9) {
