@@ -143,6 +143,9 @@ void BottleneckCheck(App& app) {
   // 12. The trend rules have no switch.
   TrendRules(app);
 
+  // 13. One program, unless the data view is open.
+  if (m.BNPrograms == 1 && m.BNViewOpen == 0) ProgramRules(app);
+
   // 14. Unconditionally: so the cycle's tests on the tick counter see 1.
   m.MinuteTick = 0;
 

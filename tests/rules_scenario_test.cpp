@@ -268,5 +268,23 @@ TEST(RulesScenario, CacheGroupEndsThePassWithRule8) {
   EXPECT_EQ(r.Bottleneck(), Keys({57, 8}));
 }
 
+TEST(RulesScenario, ProgramRulesSpeakAtEveryVisitOnceOverTheirLimit) {
+  Machine r(R"("\\Process(app)\\% Processor Time": 170,
+             "\\Process(app)\\IO Write Bytes/sec": [60000000, 0])",
+            "UPrograms=1\r\nOnce=1\r\n", {"C:\\Apps\\app.exe"});
+  ASSERT_TRUE(r.ok());
+  r.Seconds(300);
+  EXPECT_EQ(r.DayLog(), "(none)");
+  r.Seconds(2);
+  const std::string text =
+      "The Program app has had High Processor/CPU (60000000%) for over 36000 Sec. Excessive "
+      "Processor Usage can cause other programs not to function as expected.";
+  EXPECT_EQ(r.DayLog(), Entry({text}) + Entry({text}));
+  // Program rules have no key: only the start-up marks stand in the section.
+  std::string keys = "[Bottleneck]\r\n";
+  for (int key = 1; key <= 100; ++key) keys += std::to_string(key) + "=1\r\n";
+  EXPECT_EQ(r.Bottleneck(), keys);
+}
+
 }  // namespace
 }  // namespace tarnex::testing
