@@ -170,6 +170,24 @@ TEST(RulesViews, RowsBeyond207AreDropped) {
   EXPECT_EQ(v.m().BNRow, 104 + 8 * 19);
 }
 
+TEST(RulesViews, ValuesStandOnTheRowsOfTheirCaptionsInEveryColumn) {
+  View v(20);
+  OpenBNView(v.b().app());
+  v.Seconds(1);
+  int blocks = 0;
+  for (int row = 57; row < 208; ++row) {
+    if (v.Caption(row) == "Program") {
+      EXPECT_EQ(v.Value(row), ".exe") << row;
+      ++blocks;
+    } else if (v.Caption(row).empty()) {
+      EXPECT_EQ(v.Value(row), "") << row;
+    } else {
+      EXPECT_NE(v.Value(row), "") << row;
+    }
+  }
+  EXPECT_EQ(blocks, 19);
+}
+
 TEST(RulesViews, OpeningRebuildsTheProgramList) {
   View v(2);
   v.b().sim().sim().running[500] = "C:\\Apps\\late.exe";
