@@ -225,14 +225,15 @@ int Run(const Options& o) {
 
   if (!app.FormLoad()) return kExitOtherInstance;
 
+  // The closing timer re-arms itself, 60 s at most at a time, until the end.
+  int closer = 0;
   if (o.run_for) {
     const int64_t end = started + static_cast<int64_t>(*o.run_for * 1000);
     const auto interval = [&loop, end] {
       const int64_t left = end - loop.MonotonicMs();
       return left < 1 ? int64_t{1} : (left > 60000 ? int64_t{60000} : left);
     };
-    int closer = 0;
-    closer = loop.AddTimer([&] {
+    closer = loop.AddTimer([&loop, &app, &closer, end, interval] {
       if (loop.MonotonicMs() >= end) {
         loop.SetTimerEnabled(closer, false);
         app.FormUnload();

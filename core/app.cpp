@@ -6,6 +6,9 @@
 #include "core/legacy.h"
 #include "counters/catalogue.h"
 #include "counters/programs.h"
+#include "inventory/dos_outputs.h"
+#include "inventory/processor_facts.h"
+#include "inventory/system_facts.h"
 #include "rules/engine.h"
 
 namespace tarnex {
@@ -47,6 +50,20 @@ std::optional<double> ImplicitNumber(const std::string& text) {
   if (!digits || i != t.size()) return std::nullopt;
   return Val(t);
 }
+
+namespace {
+
+// "Monitor CPU Port", "Monitor CPU Port 2" ... "Monitor CPU Port 5".
+std::string PortKey(const char* name, int n) {
+  std::string key = name;
+  if (n != 1) {
+    key += ' ';
+    key += std::to_string(n);
+  }
+  return key;
+}
+
+}  // namespace
 
 void ReadFlag(const std::string& text, int32_t& flag) {
   if (auto n = ImplicitNumber(text)) flag = static_cast<int32_t>(legacy::CLng(*n));
@@ -171,6 +188,10 @@ bool App::FormLoad() {
   auto& m = model_;
   auto& pdh = platform_.Counters();
 
+  // 1. The command runner; what it receives goes to DOSBox.
+  objDOS_ = std::make_unique<DOSOutputs>(*this);
+  objDOS_->ReceiveOutputs = [this](const std::string& text) { model_.DOSBox += text; };
+
   // 2. Identity and environment.
   m.AppVersion = "0.80";
   m.AppBuildDate = "14 Nov 2012";
@@ -238,8 +259,13 @@ bool App::FormLoad() {
   // 29. The hour, the connection indicators.
   m.HourNow = FormatDate(loop().Now(), "h");
   ShowPortIndicators();
+  // The processor, the page file, the services and the system facts.
+  ReadCPUWMI(*this);
+  SwapInfo(*this);
   CountServices(platform_, m);
   m.ServiceText = "Service: " + legacy::Str(m.ServiceCount);
+  GetSYS(*this);
+  m.SysInfo = m.CPUInfo;
 
   // 30. One whole sampling cycle by hand, then pending events.
   Timer1();
@@ -272,15 +298,13 @@ void App::Command1() {
                                      &m.CPUPort5};
   const std::string* bu_ports[5] = {&m.BUPort, &m.BUPort2, &m.BUPort3, &m.BUPort4, &m.BUPort5};
   for (int n = 1; n <= 5; ++n) {
-    const std::string suffix = n == 1 ? "" : " " + std::to_string(n);
-    INIWrite(kSettingsFile, S, "Monitor CPU Port" + suffix, *cpu_ports[n - 1]);
+    INIWrite(kSettingsFile, S, PortKey("Monitor CPU Port", n), *cpu_ports[n - 1]);
   }
   for (int n = 1; n <= 5; ++n) {
     INIWrite(kSettingsFile, S, "Monitor CPU Pass " + std::to_string(n), m.CPUpass[n - 1]);
   }
   for (int n = 1; n <= 5; ++n) {
-    const std::string suffix = n == 1 ? "" : " " + std::to_string(n);
-    INIWrite(kSettingsFile, S, "Monitor BU Port" + suffix, *bu_ports[n - 1]);
+    INIWrite(kSettingsFile, S, PortKey("Monitor BU Port", n), *bu_ports[n - 1]);
   }
   INIWrite(kSettingsFile, S, "Monitor Server Code", m.SrvCODE);
   for (int n = 1; n <= 5; ++n) {

@@ -16,6 +16,8 @@
 
 namespace tarnex {
 
+class DOSOutputs;
+
 class App {
  public:
   static constexpr const char* kSettingsFile = "\\Bin\\Tarnex.Tnx";
@@ -33,6 +35,9 @@ class App {
   EventLoop& loop() { return platform_.Loop(); }
   Winsock& Listener(int index) { return *listeners_[static_cast<size_t>(index)]; }
   int Timer1Id() const { return timer1_; }
+  // The command runner of the main window, made at start-up; its output
+  // goes to DOSBox. Null before start-up.
+  DOSOutputs* objDOS() { return objDOS_.get(); }
 
   // Start-up. False when the process must end at once (another instance runs).
   bool FormLoad();
@@ -102,6 +107,7 @@ class App {
   ServerModel model_;
   ProfileStore profiles_;
   std::array<std::unique_ptr<Winsock>, 5> listeners_;
+  std::unique_ptr<DOSOutputs> objDOS_;
   int timer1_ = 0;
 };
 

@@ -3,6 +3,7 @@
 #include "core/app.h"
 #include "core/legacy.h"
 #include "counters/programs.h"
+#include "inventory/processor_facts.h"
 #include "rules/engine.h"
 
 namespace tarnex {
@@ -206,8 +207,9 @@ void App::Timer1() {
   // those of steps 18, 20 and 22, does not hold in steady running.
   if (m.MinuteTick == 30) RefreshPrograms(platform_, m, [this] { Yield(); });
 
-  // 18. The service count, at the sixtieth tick.
+  // 18. The page file and the service count, at the sixtieth tick.
   if (m.MinuteTick > 59) {
+    SwapInfo(*this);
     CountServices(platform_, m);
     m.ServiceText = "Service: " + Str(m.ServiceCount);
   }

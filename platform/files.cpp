@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <ctime>
 
 #include "platform/native/native_path.h"
 
@@ -95,6 +96,23 @@ std::optional<std::string> Files::ReadAll(std::string_view name) const {
   }
   ::close(fd);
   return out;
+}
+
+std::optional<CivilTime> Files::Modified(std::string_view name) const {
+  const std::string path = Native(name);
+  struct stat st {};
+  if (path.empty() || ::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+  struct tm local {};
+  const time_t seconds = st.st_mtim.tv_sec;
+  if (::localtime_r(&seconds, &local) == nullptr) return std::nullopt;
+  CivilTime t;
+  t.year = local.tm_year + 1900;
+  t.month = local.tm_mon + 1;
+  t.day = local.tm_mday;
+  t.hour = local.tm_hour;
+  t.minute = local.tm_min;
+  t.second = local.tm_sec;
+  return t;
 }
 
 bool Files::Remove(std::string_view name) {

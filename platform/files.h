@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "core/civil_time.h"
+
 namespace tarnex {
 
 class Files {
@@ -27,6 +29,8 @@ class Files {
   // Replaces a file's content (through a temporary file and a rename).
   bool WriteAll(std::string_view name, std::string_view text);
   std::optional<std::string> ReadAll(std::string_view name) const;
+  // When a file was last modified, in local time; nothing when it does not exist.
+  std::optional<CivilTime> Modified(std::string_view name) const;
   bool Remove(std::string_view name);
 };
 

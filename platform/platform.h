@@ -4,12 +4,15 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/command.h"
 #include "platform/event_loop.h"
 #include "platform/files.h"
 #include "platform/perf.h"
+#include "platform/wmi.h"
 
 namespace tarnex {
 
@@ -22,7 +25,8 @@ class Platform {
   virtual Files& Fs() = 0;
 
   // The value of an environment variable of the original platform
-  // (WinDIR, COMPUTERNAME, NUMBER_OF_PROCESSORS).
+  // (WinDIR, COMPUTERNAME, NUMBER_OF_PROCESSORS). Names match without regard
+  // to case, as they do there.
   virtual std::string Environment(const std::string& name) = 0;
 
   // A message box for the operator, and a yes/no question.
@@ -61,6 +65,33 @@ class Platform {
   // Starts a file with the shell verb "open".
   virtual bool ShellOpen(const std::string& file, const std::string& parameters,
                          const std::string& folder) = 0;
+
+  // Starts a command line (a program and its arguments) with its standard
+  // output and standard error on one pipe; `pipe` is set when it started.
+  virtual CommandStart StartCommand(const std::string& command_line,
+                                    std::unique_ptr<CommandPipe>& pipe) = 0;
+
+  // Runs a system-management query ("Select * from Win32_Processor"). False
+  // when the class cannot be queried; `rows` is then empty.
+  virtual bool QueryWmi(const std::string& query, std::vector<WmiRow>& rows) = 0;
+
+  // The processor as the system-information call describes it: the processor
+  // type (386, 486, 586 ...), the level (the family) and the revision (the
+  // model in the high byte, the stepping in the low byte).
+  struct ProcessorInfo {
+    uint32_t type = 0;
+    uint16_t level = 0;
+    uint16_t revision = 0;
+  };
+  virtual ProcessorInfo SystemProcessor() = 0;
+
+  // The processor's rated speed in MHz, the value "~MHz" of the first
+  // processor's hardware description. False when it cannot be read.
+  virtual bool ProcessorMHz(uint32_t& mhz) = 0;
+
+  // The size and the free space, in bytes, of the drive whose root is `root`
+  // ("C:\" and the like). False when the drive cannot tell.
+  virtual bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) = 0;
 };
 
 }  // namespace tarnex

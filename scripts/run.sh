@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # Builds the server and runs it on this host. The installation folder is
 # $TARNEX_HOME, or ~/tarnex-server when that is not set; extra arguments go to
-# the server (see build/tarnex-server --help).
+# the server (see build/tarnex-server --help). The memory and cache tool is put
+# in place as Bin/ram.exe under the installation folder, where the server runs
+# it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DTARNEX_BENCH=OFF >/dev/null
 cmake --build build -j2 --target tarnex-server
 home="${TARNEX_HOME:-$HOME/tarnex-server}"
+mkdir -p "$home/Bin"
+install -m 755 build/tarnex-ram "$home/Bin/ram.exe"
 echo "Tarnex Server: installation folder $home (Ctrl-C to stop)"
 exec build/tarnex-server --app-path "$home" "$@"

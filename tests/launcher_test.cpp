@@ -126,7 +126,8 @@ TEST_F(Launcher, SimulatedRunMakesTheTreeAndDumpsTheModel) {
     EXPECT_TRUE(std::filesystem::is_directory(app_ + "/" + folder)) << folder;
   }
   EXPECT_EQ(ReadFile(app_ + "/Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nLeft=0\r\nTop=0\r\n");
+            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nLeft=0\r\nTop=0\r\n"
+            "[Memory]\r\nSlots=0\r\nSimms=0\r\n");
   const auto model = nlohmann::json::parse(ReadFile(dump));
   EXPECT_EQ(model["CPULastMin"], "Data < 60 (11)");
   EXPECT_EQ(model["AppPath"], app_);

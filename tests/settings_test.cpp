@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "core/legacy.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
@@ -42,9 +43,9 @@ TEST(Settings, SameKeyInUpperAndLowerCaseIsOneKey) {
   s.app().INIWrite(App::kSettingsFile, "Email", "SMTP", "mail.example.org");
   s.app().INIWrite(App::kSettingsFile, "email", "smtp", "relay.example.org");
   EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "EMAIL", "Smtp"), "relay.example.org");
-  EXPECT_EQ(
-      s.File("Bin/Tarnex.Tnx"),
-      "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Email]\r\nSMTP=relay.example.org\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
+            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n"
+            "[Email]\r\nSMTP=relay.example.org\r\n");
 }
 
 TEST(Settings, BothSpellingsOfAFileNameLeadToOneFile) {
@@ -53,9 +54,11 @@ TEST(Settings, BothSpellingsOfAFileNameLeadToOneFile) {
   s.app().INIWrite("\\BIN\\tarnex.tnx", "Server", "Left", "300");
   EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "Left"), "300");
   EXPECT_FALSE(s.Has("BIN"));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(s.dir() + "/Bin"),
-                          std::filesystem::directory_iterator()),
-            1);
+  int settings_files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(s.dir() + "/Bin")) {
+    settings_files += legacy::UCase(entry.path().filename().string()) == "TARNEX.TNX" ? 1 : 0;
+  }
+  EXPECT_EQ(settings_files, 1);
 }
 
 TEST(Settings, ReadSeesWhatAnotherProgramWrote) {
@@ -135,6 +138,7 @@ TEST(Save, WritesEverySettingInItsOrder) {
             "BU to Remotes=0\r\nBU Path=D:\\Backup\r\nSent Logs=0\r\nStart at Boot=0\r\n"
             "Start Server Monitor=0\r\n"
             "BU Freq=60\r\nSend 24=True\r\nSend 6=False\r\nServer Name=Main\r\n"
+            "[Memory]\r\nSlots=0\r\nSimms=0\r\n"
             "[Monitor]\r\nUP BW=100 MB\r\nDN BW=\r\n"
             "CPU=1\r\nMEM=1\r\nHD=0\r\nNET=0\r\nSQL=0\r\nISA FW=0\r\nWeb Service=0\r\n"
             "Web Proxy=0\r\nISA Server=0\r\nServer Gen=0\r\nOnce=1\r\nUPrograms=0\r\n");

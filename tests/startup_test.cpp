@@ -28,7 +28,8 @@ TEST(StartUp, FirstRunStampGoesToFiveLogsWithAnnualBandwidthTwice) {
   EXPECT_EQ(s.File("Logs/Monthly Hard Drive.txt"), kStamp);
   EXPECT_EQ(s.File("Logs/Annual Bandwidth.txt"), std::string(kStamp) + kStamp);
   EXPECT_FALSE(s.Has("Logs/Annual Hard Drive.txt"));
-  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
+            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
 }
 
 TEST(StartUp, FirstRunStampIsWrittenOnlyOnce) {
@@ -47,7 +48,8 @@ TEST(StartUp, FirstRunStampIsWrittenOnlyOnce) {
 TEST(StartUp, AfternoonStampUsesTheTwelveHourClock) {
   SimApp s(R"({"start": "2024-03-15 23:59:07"})");
   ASSERT_TRUE(s.app().FormLoad());
-  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), "[Server]\r\nFirst Run=15 Mar 2024 11:59:07PM\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
+            "[Server]\r\nFirst Run=15 Mar 2024 11:59:07PM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
 }
 
 std::map<std::string, std::string> Snapshot(const std::string& dir) {
@@ -134,8 +136,12 @@ TEST(StartUp, SystemDriveAndCaptionComeFromWinDir) {
 TEST(StartUp, MissingProbeCounterShowsFail) {
   SimApp s(R"({"env": {"COMPUTERNAME": "SRV1"}})");
   ASSERT_TRUE(s.app().FormLoad());
-  EXPECT_EQ(s.sim().messages, std::vector<std::string>{"Fail"});
-  EXPECT_EQ(s.model().OperatorMessages, std::vector<std::string>{"Fail"});
+  // This machine has neither the system-information program nor the memory
+  // tool either.
+  const std::vector<std::string> messages = {"Fail", "File or command not found",
+                                             "File or command not found"};
+  EXPECT_EQ(s.sim().messages, messages);
+  EXPECT_EQ(s.model().OperatorMessages, messages);
   EXPECT_EQ(s.model().PerfServiceBroken, 0);
 }
 
@@ -173,7 +179,11 @@ TEST(StartUp, EventWindowStartsWithTheSystemText) {
   s.model().SysInfo = "OS Name: test";
   s.model().EventText = "left over";
   ASSERT_TRUE(s.app().FormLoad());
-  EXPECT_EQ(s.model().EventText, "OS Name: test");
+  EXPECT_EQ(s.model().SysInfo, s.model().CPUInfo);
+  EXPECT_EQ(s.model().EventText.rfind(
+                "OPERATING SYSTEM\r\nOS: Microsoft Windows Server 2008 R2 Standard \r\n", 0),
+            0u);
+  EXPECT_EQ(s.model().EventText, s.model().SysInfo);
 }
 
 TEST(StartUp, CompanionIsStartedWhenBackUpsGoToRemotes) {
@@ -219,7 +229,8 @@ TEST(Shutdown, ClosingWritesThePlaceClosesListenersAndTheCompanion) {
   EXPECT_TRUE(s.sim().running.empty());
   EXPECT_TRUE(s.loop().Stopping());
   EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nLeft=1200\r\nTop=900\r\n");
+            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nLeft=1200\r\nTop=900\r\n"
+            "[Memory]\r\nSlots=0\r\nSimms=0\r\n");
 }
 
 TEST(Shutdown, ClosingWithoutTheCompanionRunningEndsAllTheSame) {
@@ -236,7 +247,8 @@ TEST(Shutdown, ExitSavesNothing) {
   s.model().Left = 1200;
   s.app().Exit();
   EXPECT_TRUE(s.loop().Stopping());
-  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
+            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
 }
 
 }  // namespace

@@ -40,10 +40,15 @@ inline bool Exists(const std::string& path) {
   return ::stat(path.c_str(), &st) == 0;
 }
 
+// A server with its system-information program and memory tool.
 constexpr const char* kBasicScenario = R"({
   "start": "2012-11-14 10:00:00",
   "env": {"WinDIR": "C:\\Windows", "COMPUTERNAME": "SRV1", "NUMBER_OF_PROCESSORS": "2"},
-  "counters": {"\\Processor(0)\\% Idle Time": 50}
+  "counters": {"\\Processor(0)\\% Idle Time": 50},
+  "commands": {
+    "Systeminfo.exe": "\r\nHost Name:                 SRV1\r\nOS Name:                   Microsoft Windows Server 2008 R2 Standard \r\nOS Version:                6.1.7601 Service Pack 1 Build 7601\r\nProduct ID:                00477-001-0000421-84319\r\nOriginal Install Date:     3/12/2012, 4:15:22 PM\r\nSystem Boot Time:          11/13/2012, 7:02:41 AM\r\nSystem Manufacturer:       Dell Inc.\r\nSystem Model:              PowerEdge R410\r\nProcessor(s):              1 Processor(s) Installed.\r\nBIOS Version:              Dell Inc. 1.9.0, 12/12/2011\r\nBoot Device:               \\Device\\HarddiskVolume1\r\nInput Locale:              en-us;English (United States)\r\nTotal Physical Memory:     4,095 MB\r\nAvailable Physical Memory: 2,710 MB\r\n",
+    "ram.exe -i": "1x D-cache 32 Kb, 8-way set associative, 64 byte line size\r\n1x I-cache 32 Kb, 8-way set associative, 64 byte line size\r\nSSE2 instructions\r\n"
+  }
 })";
 
 // A simulated machine with the application on it, in a fresh folder.
@@ -73,7 +78,6 @@ class SimApp {
   const std::string& dir() const { return dir_; }
   std::string File(const std::string& relative) const { return ReadFile(dir_ + "/" + relative); }
   bool Has(const std::string& relative) const { return Exists(dir_ + "/" + relative); }
-
 
  private:
   std::string dir_;

@@ -2,20 +2,31 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/utsname.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <sstream>
+
+#include "platform/linux/host_facts.h"
+
+extern char** environ;
 
 namespace tarnex {
 
@@ -122,13 +133,22 @@ LinuxPlatform::LinuxPlatform(LinuxOptions options) : options_(std::move(options)
 
 std::string LinuxPlatform::Environment(const std::string& name) {
   if (const char* value = std::getenv(name.c_str())) return value;
-  if (name == "WinDIR") return "/";
-  if (name == "COMPUTERNAME") {
+  // Names match without regard to case, as on the original platform.
+  const std::string wanted = Lower(name);
+  for (char** e = environ; e != nullptr && *e != nullptr; ++e) {
+    const std::string entry = *e;
+    const size_t eq = entry.find('=');
+    if (eq != std::string::npos && Lower(entry.substr(0, eq)) == wanted) {
+      return entry.substr(eq + 1);
+    }
+  }
+  if (wanted == "windir") return "/";
+  if (wanted == "computername") {
     char host[256] = {};
     if (gethostname(host, sizeof host - 1) == 0) return host;
     return {};
   }
-  if (name == "NUMBER_OF_PROCESSORS") return std::to_string(sysconf(_SC_NPROCESSORS_ONLN));
+  if (wanted == "number_of_processors") return std::to_string(sysconf(_SC_NPROCESSORS_ONLN));
   return {};
 }
 
@@ -317,6 +337,300 @@ bool LinuxPlatform::ShellOpen(const std::string& file, const std::string& parame
   }
   int status = 0;
   waitpid(child, &status, 0);
+  return true;
+}
+
+namespace {
+
+// The output of a program started by StartCommand.
+class ProcessPipe : public CommandPipe {
+ public:
+  ProcessPipe(int fd, pid_t pid) : fd_(fd), pid_(pid) {}
+  ~ProcessPipe() override {
+    ::close(fd_);
+    int status = 0;
+    while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
+    }
+  }
+  bool Read(char* buffer, size_t size, size_t& count) override {
+    count = 0;
+    for (;;) {
+      const ssize_t n = ::read(fd_, buffer, size);
+      if (n > 0) {
+        count = static_cast<size_t>(n);
+        return true;
+      }
+      if (n < 0 && errno == EINTR) continue;
+      return false;
+    }
+  }
+
+ private:
+  int fd_;
+  pid_t pid_;
+};
+
+// Starts `args` with standard input from /dev/null and standard output on
+// `out_fd`, standard error on `err_fd`. 0 when it cannot start.
+pid_t Spawn(const std::vector<std::string>& args, int out_fd, int err_fd) {
+  posix_spawn_file_actions_t actions;
+  if (posix_spawn_file_actions_init(&actions) != 0) return 0;
+  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, out_fd, 1);
+  posix_spawn_file_actions_adddup2(&actions, err_fd, 2);
+  std::vector<std::string> copy = args;
+  std::vector<char*> argv;
+  for (auto& a : copy) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  pid_t pid = 0;
+  const int rc = posix_spawn(&pid, copy[0].c_str(), &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  return rc == 0 ? pid : 0;
+}
+
+// The standard output of a program run to its end; "" when it cannot run.
+std::string Capture(const std::vector<std::string>& args) {
+  int fds[2];
+  if (pipe2(fds, O_CLOEXEC) != 0) return {};
+  const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  const pid_t pid = Spawn(args, fds[1], null >= 0 ? null : fds[1]);
+  ::close(fds[1]);
+  if (null >= 0) ::close(null);
+  std::string out;
+  if (pid == 0) {
+    ::close(fds[0]);
+    return out;
+  }
+  ProcessPipe pipe(fds[0], pid);
+  char buffer[4096];
+  for (size_t n = 0; pipe.Read(buffer, sizeof buffer, n);) out.append(buffer, n);
+  return out;
+}
+
+// The DMI records of the given types, read by dmidecode where it is
+// installed and may read the table; none otherwise.
+std::vector<host::DmiRecord> DmiRecords(int type) {
+  for (const char* program : {"/usr/sbin/dmidecode", "/sbin/dmidecode", "/usr/bin/dmidecode",
+                              "/usr/local/sbin/dmidecode"}) {
+    if (::access(program, X_OK) != 0) continue;
+    std::vector<host::DmiRecord> out;
+    for (auto& r : host::ParseDmidecode(Capture({program, "-t", std::to_string(type)}))) {
+      if (r.type == type) out.push_back(std::move(r));
+    }
+    return out;
+  }
+  return {};
+}
+
+std::string LastComponent(const std::string& path) {
+  const size_t cut = path.find_last_of("\\/");
+  return cut == std::string::npos ? path : path.substr(cut + 1);
+}
+
+// Arguments separated by blanks; double quotes keep blanks inside one.
+void SplitArguments(const std::string& text, std::vector<std::string>& out) {
+  std::string current;
+  bool quoted = false, any = false;
+  for (char c : text) {
+    if (c == '"') {
+      quoted = !quoted;
+      any = true;
+    } else if ((c == ' ' || c == '\t') && !quoted) {
+      if (any) out.push_back(current);
+      current.clear();
+      any = false;
+    } else {
+      current += c;
+      any = true;
+    }
+  }
+  if (any) out.push_back(current);
+}
+
+bool IsFile(const std::string& path) {
+  struct stat st {};
+  return !path.empty() && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+// Busy percent of each processor over a short interval.
+std::map<int, double> BusyPercent() {
+  const auto first = ParseProcStat(host::ReadText("/proc/stat"));
+  struct timespec pause = {0, 100 * 1000 * 1000};
+  nanosleep(&pause, nullptr);
+  const auto second = ParseProcStat(host::ReadText("/proc/stat"));
+  std::map<int, double> out;
+  for (const CpuTimes& b : second) {
+    if (b.name.size() <= 3) continue;  // "cpu", all of them
+    const CpuTimes* a = FindCpu(first, b.name);
+    if (a == nullptr || b.Total() <= a->Total()) continue;
+    const double total = static_cast<double>(b.Total() - a->Total());
+    const double idle = static_cast<double>(b.Idle() - a->Idle());
+    out[std::atoi(b.name.c_str() + 3)] = std::max(0.0, 100 - idle / total * 100);
+  }
+  return out;
+}
+
+// Whether the block device a file system is mounted from can be removed:
+// 1 yes, 0 no, -1 not known.
+int Removable(const std::string& source) {
+  if (source.rfind("/dev/", 0) != 0) return -1;
+  char real[PATH_MAX] = {};
+  if (realpath(source.c_str(), real) == nullptr) return -1;
+  const std::string name = LastComponent(real);
+  char sys[PATH_MAX] = {};
+  if (realpath(("/sys/class/block/" + name).c_str(), sys) == nullptr) return -1;
+  std::string dir = sys;
+  // A partition's removable flag is its disk's.
+  if (IsFile(dir + "/partition")) dir = dir.substr(0, dir.find_last_of('/'));
+  const std::string flag = host::ReadLine(dir + "/removable");
+  return flag.empty() ? -1 : (flag == "1" ? 1 : 0);
+}
+
+}  // namespace
+
+std::vector<std::string> LinuxPlatform::ResolveCommand(const std::string& command_line) const {
+  std::string line = command_line;
+  while (!line.empty() && (line.front() == ' ' || line.front() == '\t')) line.erase(0, 1);
+  // The candidates for the program, each with the rest of the line.
+  std::vector<std::pair<std::string, std::string>> candidates;
+  if (!line.empty() && line.front() == '"') {
+    const size_t close = line.find('"', 1);
+    if (close == std::string::npos) {
+      candidates.emplace_back(line.substr(1), "");
+    } else {
+      candidates.emplace_back(line.substr(1, close - 1), line.substr(close + 1));
+    }
+  } else {
+    for (size_t at = line.find(' '); at != std::string::npos; at = line.find(' ', at + 1)) {
+      candidates.emplace_back(line.substr(0, at), line.substr(at + 1));
+    }
+    candidates.emplace_back(line, "");
+  }
+  for (const auto& [program, rest] : candidates) {
+    std::vector<std::string> args;
+    const std::string native = files_.Native(program);
+    if (IsFile(native)) {
+      args.push_back(native);
+    } else if (Lower(LastComponent(program)) == "systeminfo.exe") {
+      std::string self = options_.executable;
+      if (self.empty()) {
+        char buffer[PATH_MAX] = {};
+        const ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+        if (n > 0) self.assign(buffer, static_cast<size_t>(n));
+      }
+      args.push_back(self.substr(0, self.find_last_of('/') + 1) + kSystemFactsProgram);
+    } else {
+      continue;
+    }
+    SplitArguments(rest, args);
+    return args;
+  }
+  return {};
+}
+
+CommandStart LinuxPlatform::StartCommand(const std::string& command_line,
+                                         std::unique_ptr<CommandPipe>& pipe) {
+  int fds[2];
+  if (pipe2(fds, O_CLOEXEC) != 0) return CommandStart::kNoPipe;
+  const std::vector<std::string> args = ResolveCommand(command_line);
+  const pid_t pid = args.empty() ? 0 : Spawn(args, fds[1], fds[1]);
+  // This program's copy of the write end goes, so that the end of the
+  // child's output is seen.
+  ::close(fds[1]);
+  if (pid == 0) {
+    ::close(fds[0]);
+    return CommandStart::kNotFound;
+  }
+  pipe = std::make_unique<ProcessPipe>(fds[0], pid);
+  return CommandStart::kStarted;
+}
+
+bool LinuxPlatform::QueryWmi(const std::string& query, std::vector<WmiRow>& rows) {
+  rows.clear();
+  const std::string cls = Lower(WmiClassOf(query));
+  if (cls == "win32_processor") {
+    host::ProcessorFacts facts;
+    facts.cpus = host::ParseCpuInfo(host::ReadText("/proc/cpuinfo"));
+    facts.caches = host::ReadCaches("/sys/devices/system/cpu");
+    facts.dmi = DmiRecords(4);
+    for (const host::CpuEntry& c : facts.cpus) {
+      const std::string khz =
+          host::ReadLine("/sys/devices/system/cpu/cpu" + std::to_string(c.processor) +
+                         "/cpufreq/cpuinfo_max_freq");
+      if (!khz.empty()) facts.max_khz[c.processor] = std::strtod(khz.c_str(), nullptr);
+    }
+    facts.busy = BusyPercent();
+    rows = host::ProcessorRows(facts);
+    return true;
+  }
+  if (cls == "win32_physicalmemory") {
+    rows = host::MemoryRows(DmiRecords(17));
+    return true;
+  }
+  if (cls == "win32_pagefileusage") {
+    rows = host::PageFileRows(host::ParseSwaps(host::ReadText("/proc/swaps")), swap_peaks_);
+    return true;
+  }
+  if (cls == "win32_logicaldisk") {
+    for (const host::MountEntry& m :
+         host::DriveMounts(host::ParseMounts(host::ReadText("/proc/self/mounts")))) {
+      WmiRow row{{"Caption", m.point}, {"DeviceID", m.point}, {"FileSystem", m.type}};
+      const int removable = Removable(m.source);
+      row.Set("MediaType", removable == 1 ? 11.0 : (removable == 0 ? 12.0 : 0.0));
+      row.Set("DriveType", removable == 1 ? 2.0 : 3.0);
+      struct statvfs vfs {};
+      if (::statvfs(m.point.c_str(), &vfs) == 0) {
+        row.Set("Size", static_cast<double>(vfs.f_blocks) * static_cast<double>(vfs.f_frsize));
+        row.Set("FreeSpace", static_cast<double>(vfs.f_bavail) * static_cast<double>(vfs.f_frsize));
+      }
+      rows.push_back(std::move(row));
+    }
+    return true;
+  }
+  return false;
+}
+
+Platform::ProcessorInfo LinuxPlatform::SystemProcessor() {
+  ProcessorInfo info;
+  struct utsname u {};
+  const std::string machine = uname(&u) == 0 ? u.machine : "";
+  const bool x86 = machine == "x86_64" ||
+                   (machine.size() == 4 && machine[0] == 'i' && machine.compare(2, 2, "86") == 0);
+  if (!x86) return info;
+  // A 32-bit program sees any processor of this family as a 586.
+  info.type = 586;
+  const auto cpus = host::ParseCpuInfo(host::ReadText("/proc/cpuinfo"));
+  if (cpus.empty()) return info;
+  const host::CpuEntry& c = cpus.front();
+  if (c.family >= 0) info.level = static_cast<uint16_t>(std::min(c.family, 0xFFFF));
+  if (c.model >= 0 && c.stepping >= 0) {
+    info.revision =
+        static_cast<uint16_t>((std::min(c.model, 0xFF) << 8) | std::min(c.stepping, 0xFF));
+  }
+  return info;
+}
+
+bool LinuxPlatform::ProcessorMHz(uint32_t& mhz) {
+  for (const char* file : {"/sys/devices/system/cpu/cpu0/cpufreq/base_frequency",
+                           "/sys/devices/system/cpu/cpu0/cpufreq/cpuinfo_max_freq"}) {
+    const std::string khz = host::ReadLine(file);
+    if (!khz.empty() && std::isdigit(static_cast<unsigned char>(khz[0]))) {
+      mhz = static_cast<uint32_t>(std::lround(std::strtod(khz.c_str(), nullptr) / 1000));
+      return true;
+    }
+  }
+  const auto cpus = host::ParseCpuInfo(host::ReadText("/proc/cpuinfo"));
+  if (cpus.empty() || cpus.front().mhz <= 0) return false;
+  mhz = static_cast<uint32_t>(std::lround(cpus.front().mhz));
+  return true;
+}
+
+bool LinuxPlatform::DiskFreeSpace(const std::string& root, double& total, double& free_bytes) {
+  const std::string path = files_.Native(root);
+  struct statvfs vfs {};
+  if (path.empty() || ::statvfs(path.c_str(), &vfs) != 0) return false;
+  total = static_cast<double>(vfs.f_blocks) * static_cast<double>(vfs.f_frsize);
+  free_bytes = static_cast<double>(vfs.f_bavail) * static_cast<double>(vfs.f_frsize);
   return true;
 }
 

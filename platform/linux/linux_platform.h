@@ -1,6 +1,7 @@
 // The Linux host as the machine the system supervises.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,7 +15,9 @@ namespace tarnex {
 
 struct LinuxOptions {
   std::string app_path;                          // host path of the installation folder
-  std::string executable;                        // host path of this program
+  std::string executable;                        // host path of this program (default: this
+                                                 // process's); the system-facts program
+                                                 // sits beside it
   std::string boot_dir = "/etc/systemd/system";  // where the start-at-boot unit goes
   bool answer = false;                           // the answer to yes/no questions
 };
@@ -76,8 +79,23 @@ class LinuxPlatform : public Platform {
   bool CloseProcessWindow(int64_t pid) override;
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override;
+  CommandStart StartCommand(const std::string& command_line,
+                            std::unique_ptr<CommandPipe>& pipe) override;
+  bool QueryWmi(const std::string& query, std::vector<WmiRow>& rows) override;
+  ProcessorInfo SystemProcessor() override;
+  bool ProcessorMHz(uint32_t& mhz) override;
+  bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
+
+  // The program and arguments a command line stands for on this host: a
+  // quoted program runs to its closing quote; otherwise the shortest run of
+  // words that names an existing file is the program, as on the original
+  // platform. A program whose file name is Systeminfo.exe, in any folder,
+  // that does not exist here is the system-facts program of this project.
+  // Empty when there is no such program.
+  std::vector<std::string> ResolveCommand(const std::string& command_line) const;
 
   static constexpr const char* kUnitName = "tarnex-server.service";
+  static constexpr const char* kSystemFactsProgram = "tarnex-sysinfo";
 
  private:
   LinuxOptions options_;
@@ -86,6 +104,7 @@ class LinuxPlatform : public Platform {
   LinuxCounters counters_;
   Files files_;
   InstanceLock lock_;
+  std::map<std::string, double> swap_peaks_;  // the highest use seen of each swap area
 };
 
 }  // namespace tarnex

@@ -121,10 +121,12 @@ std::string NativePath(std::string_view name) {
     const std::string_view want(out.data() + part.begin, part.end - part.begin);
     if (want == "." || want == "..") continue;
 
+    static const std::string kHere = ".";
+    static const std::string kRoot = "/";
     if (part.begin == 0) {
-      dir.assign(".");
+      dir = kHere;
     } else if (part.begin == 1 && absolute) {
-      dir.assign("/");
+      dir = kRoot;
     } else {
       dir.assign(out, 0, part.begin - 1);
     }

@@ -1,5 +1,6 @@
 #include "platform/sim/sim_platform.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <fstream>
@@ -15,6 +16,70 @@ namespace {
 std::string Lower(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return text;
+}
+
+std::string Upper(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+// A command's output handed out as the pipe of a real program would.
+class TextPipe : public CommandPipe {
+ public:
+  explicit TextPipe(std::string text) : text_(std::move(text)) {}
+  bool Read(char* buffer, size_t size, size_t& count) override {
+    count = std::min(size, text_.size() - at_);
+    if (count == 0) return false;
+    std::copy_n(text_.data() + at_, count, buffer);
+    at_ += count;
+    return true;
+  }
+
+ private:
+  std::string text_;
+  size_t at_ = 0;
+};
+
+bool ParseWmi(const nlohmann::json& value, std::map<std::string, std::vector<WmiRow>>& out,
+              std::string& error) {
+  if (!value.is_object()) {
+    error = "\"wmi\" must be an object of classes";
+    return false;
+  }
+  for (const auto& [cls, rows] : value.items()) {
+    if (!rows.is_array()) {
+      error = "wmi class '" + cls + "' must be an array of rows";
+      return false;
+    }
+    std::vector<WmiRow>& list = out[Lower(cls)];
+    list.clear();
+    for (const auto& row : rows) {
+      if (!row.is_object()) {
+        error = "wmi class '" + cls + "': a row must be an object of properties";
+        return false;
+      }
+      WmiRow r;
+      for (const auto& [name, v] : row.items()) {
+        if (v.is_number()) {
+          r.Set(name, v.get<double>());
+        } else if (v.is_string()) {
+          r.Set(name, v.get<std::string>());
+        } else if (v.is_null()) {
+          r.Set(name, std::monostate{});
+        } else {
+          error = "wmi class '" + cls + "', property '" + name +
+                  "': a value must be a number, a text or null";
+          return false;
+        }
+      }
+      list.push_back(std::move(r));
+    }
+  }
+  return true;
+}
+
+bool WholeNumber(const nlohmann::json& v, int64_t low, int64_t high) {
+  return v.is_number_integer() && v.get<int64_t>() >= low && v.get<int64_t>() <= high;
 }
 
 // A counter source that follows its series, one step per collection of its
@@ -231,6 +296,62 @@ std::unique_ptr<SimPlatform> SimPlatform::FromText(const std::string& json,
         return nullptr;
       }
       sim->screen_ = std::make_pair(value[0].get<double>(), value[1].get<double>());
+    } else if (key == "commands") {
+      if (!value.is_object()) {
+        error = "\"commands\" must be an object of output texts";
+        return nullptr;
+      }
+      for (const auto& [command, text] : value.items()) {
+        if (!text.is_string()) {
+          error = "command '" + command + "': its output must be a text";
+          return nullptr;
+        }
+        sim->commands[Lower(command)] = text.get<std::string>();
+      }
+    } else if (key == "wmi") {
+      if (!ParseWmi(value, sim->wmi, error)) return nullptr;
+    } else if (key == "processor") {
+      if (!value.is_object()) {
+        error = "\"processor\" must be an object";
+        return nullptr;
+      }
+      for (const auto& [name, v] : value.items()) {
+        if (name == "type" && WholeNumber(v, 0, 0xFFFFFFFFLL)) {
+          sim->processor.type = static_cast<uint32_t>(v.get<int64_t>());
+        } else if (name == "level" && WholeNumber(v, 0, 0xFFFF)) {
+          sim->processor.level = static_cast<uint16_t>(v.get<int64_t>());
+        } else if (name == "revision" && WholeNumber(v, 0, 0xFFFF)) {
+          sim->processor.revision = static_cast<uint16_t>(v.get<int64_t>());
+        } else if (name == "mhz" && WholeNumber(v, 0, 0xFFFFFFFFLL)) {
+          sim->mhz = static_cast<uint32_t>(v.get<int64_t>());
+        } else if (name == "type" || name == "level" || name == "revision" || name == "mhz") {
+          error = "processor '" + name + "' must be a whole number in its range";
+          return nullptr;
+        } else {
+          error = "unknown key '" + name + "' in \"processor\"";
+          return nullptr;
+        }
+      }
+    } else if (key == "disks") {
+      if (!value.is_object()) {
+        error = "\"disks\" must be an object of drives";
+        return nullptr;
+      }
+      for (const auto& [root, disk] : value.items()) {
+        Disk d;
+        if (!disk.is_object()) {
+          error = "disk '" + root + "' must be {\"total\": bytes, \"free\": bytes}";
+          return nullptr;
+        }
+        for (const auto& [name, v] : disk.items()) {
+          if ((name != "total" && name != "free") || !v.is_number()) {
+            error = "disk '" + root + "' must be {\"total\": bytes, \"free\": bytes}";
+            return nullptr;
+          }
+          (name == "total" ? d.total : d.free) = v.get<double>();
+        }
+        sim->disks[Upper(root)] = d;
+      }
     } else {
       error = "unknown key '" + key + "'";
       return nullptr;
@@ -246,7 +367,11 @@ std::unique_ptr<SimPlatform> SimPlatform::FromText(const std::string& json,
 
 std::string SimPlatform::Environment(const std::string& name) {
   auto it = env_.find(name);
-  return it == env_.end() ? std::string() : it->second;
+  if (it != env_.end()) return it->second;
+  for (const auto& [n, value] : env_) {
+    if (Lower(n) == Lower(name)) return value;
+  }
+  return {};
 }
 
 void SimPlatform::ShowMessage(const std::string& text) {
@@ -317,6 +442,51 @@ bool SimPlatform::ShellOpen(const std::string& file, const std::string& paramete
   started.push_back(file + "|" + parameters + "|" + folder);
   while (running.count(next_pid_) != 0) ++next_pid_;
   running[next_pid_++] = file;
+  return true;
+}
+
+std::optional<std::string> SimPlatform::CommandOutput(const std::string& command_line) const {
+  // A scenario names a command by its program's last path component and its
+  // arguments: the command line must end with that text, just after a path
+  // separator or as the whole line.
+  const std::string line = Lower(command_line);
+  for (const auto& [key, text] : commands) {
+    if (key.empty() || line.size() < key.size()) continue;
+    const size_t at = line.size() - key.size();
+    if (line.compare(at, key.size(), key) != 0) continue;
+    if (at == 0 || line[at - 1] == '\\' || line[at - 1] == '/') return text;
+  }
+  return std::nullopt;
+}
+
+CommandStart SimPlatform::StartCommand(const std::string& command_line,
+                                       std::unique_ptr<CommandPipe>& pipe) {
+  commands_run.push_back(command_line);
+  auto text = CommandOutput(command_line);
+  if (!text) return CommandStart::kNotFound;
+  pipe = std::make_unique<TextPipe>(std::move(*text));
+  return CommandStart::kStarted;
+}
+
+bool SimPlatform::QueryWmi(const std::string& query, std::vector<WmiRow>& rows) {
+  rows.clear();
+  auto it = wmi.find(Lower(WmiClassOf(query)));
+  if (it == wmi.end()) return false;
+  rows = it->second;
+  return true;
+}
+
+bool SimPlatform::ProcessorMHz(uint32_t& value) {
+  if (!mhz) return false;
+  value = *mhz;
+  return true;
+}
+
+bool SimPlatform::DiskFreeSpace(const std::string& root, double& total, double& free_bytes) {
+  auto it = disks.find(Upper(root));
+  if (it == disks.end()) return false;
+  total = it->second.total;
+  free_bytes = it->second.free;
   return true;
 }
 

@@ -34,6 +34,13 @@ class SimCounters : public CounterTable {
  public:
   std::map<std::string, SimSeries> series;                  // lower-cased local paths
   std::map<std::string, std::vector<std::string>> objects;  // lower-cased object names
+  // Every path the program asked to add, in order, found or not.
+  std::vector<std::string> requested;
+
+  uint32_t AddCounter(uint32_t query, const std::string& path, int32_t& handle) override {
+    requested.push_back(path);
+    return CounterTable::AddCounter(query, path, handle);
+  }
 
  protected:
   std::unique_ptr<CounterSource> Resolve(const std::string& local_path) override;
@@ -66,6 +73,16 @@ class SimPlatform : public Platform {
   bool CloseProcessWindow(int64_t pid) override;
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override;
+  CommandStart StartCommand(const std::string& command_line,
+                            std::unique_ptr<CommandPipe>& pipe) override;
+  bool QueryWmi(const std::string& query, std::vector<WmiRow>& rows) override;
+  ProcessorInfo SystemProcessor() override { return processor; }
+  bool ProcessorMHz(uint32_t& mhz) override;
+  bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
+
+  // The scenario's output text of a command line, or nothing when the
+  // machine has no such program.
+  std::optional<std::string> CommandOutput(const std::string& command_line) const;
 
   VirtualTimeSource& Time() { return *time_; }
   SimCounters& Sim() { return counters_; }
@@ -79,6 +96,19 @@ class SimPlatform : public Platform {
   std::optional<int64_t> services;         // the service count, when it can be asked
   std::vector<std::string> started;        // "path|parameters|folder"
   bool priority_raised = false;
+
+  // The machine's programs, system-management rows, processor and drives, as
+  // the scenario gives them; tests may change them while the program runs.
+  std::map<std::string, std::string> commands;     // lower-cased "program args" -> output
+  std::vector<std::string> commands_run;           // every command line started
+  std::map<std::string, std::vector<WmiRow>> wmi;  // lower-cased class -> rows
+  ProcessorInfo processor;
+  std::optional<uint32_t> mhz;
+  struct Disk {
+    double total = 0;
+    double free = 0;
+  };
+  std::map<std::string, Disk> disks;  // upper-cased root -> size
 
  private:
   SimPlatform() = default;

@@ -1,0 +1,181 @@
+// The Linux host's services to the system: environment, start at boot, the
+// single instance, programs.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "platform/linux/linux_platform.h"
+#include "tests/test_support.h"
+
+namespace tarnex::testing {
+namespace {
+
+class LinuxHost : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = MakeTempDir();
+    options_.app_path = dir_;
+    options_.executable = "/opt/tarnex/tarnex-server";
+    options_.boot_dir = dir_ + "/units";
+    std::filesystem::create_directory(options_.boot_dir);
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+  std::string dir_;
+  LinuxOptions options_;
+};
+
+// Sets an environment variable for the length of a test.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const char* value) : name_(name) {
+    if (const char* old = getenv(name)) old_ = old;
+    if (value) {
+      setenv(name, value, 1);
+    } else {
+      unsetenv(name);
+    }
+  }
+  ~ScopedEnv() {
+    if (old_) {
+      setenv(name_, old_->c_str(), 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+TEST_F(LinuxHost, EnvironmentFallsBackToTheHostsOwnFacts) {
+  ScopedEnv a("WinDIR", nullptr), b("COMPUTERNAME", nullptr), c("NUMBER_OF_PROCESSORS", nullptr);
+  LinuxPlatform host(options_);
+  EXPECT_EQ(host.Environment("WinDIR"), "/");
+  char name[256] = {};
+  gethostname(name, sizeof name - 1);
+  EXPECT_EQ(host.Environment("COMPUTERNAME"), name);
+  EXPECT_EQ(host.Environment("NUMBER_OF_PROCESSORS"),
+            std::to_string(sysconf(_SC_NPROCESSORS_ONLN)));
+}
+
+TEST_F(LinuxHost, EnvironmentVariablesWinWhenSet) {
+  ScopedEnv a("WinDIR", "C:\\Windows"), b("COMPUTERNAME", "SRV9"), c("NUMBER_OF_PROCESSORS", "16");
+  LinuxPlatform host(options_);
+  EXPECT_EQ(host.Environment("WinDIR"), "C:\\Windows");
+  EXPECT_EQ(host.Environment("COMPUTERNAME"), "SRV9");
+  EXPECT_EQ(host.Environment("NUMBER_OF_PROCESSORS"), "16");
+}
+
+TEST_F(LinuxHost, StartAtBootWritesAndRemovesTheUnit) {
+  LinuxPlatform host(options_);
+  ASSERT_TRUE(host.SetStartAtBoot(dir_ + "\\Tarnex Server.exe"));
+  const std::string unit = ReadFile(options_.boot_dir + "/tarnex-server.service");
+  EXPECT_NE(unit.find("ExecStart=\"/opt/tarnex/tarnex-server\" --app-path \"" + dir_ + "\"\n"),
+            std::string::npos)
+      << unit;
+  EXPECT_NE(unit.find("[Install]\nWantedBy=multi-user.target\n"), std::string::npos);
+  EXPECT_TRUE(host.DeleteStartAtBoot());
+  EXPECT_FALSE(Exists(options_.boot_dir + "/tarnex-server.service"));
+  EXPECT_FALSE(host.DeleteStartAtBoot());
+}
+
+TEST_F(LinuxHost, StartAtBootIntoAMissingFolderFails) {
+  options_.boot_dir = dir_ + "/no/such/folder";
+  LinuxPlatform host(options_);
+  EXPECT_FALSE(host.SetStartAtBoot("x"));
+}
+
+TEST_F(LinuxHost, SecondInstanceInTheSameFolderIsRefused) {
+  LinuxPlatform first(options_), second(options_);
+  EXPECT_TRUE(first.FirstInstance(dir_));
+  EXPECT_FALSE(second.FirstInstance(dir_));
+  const std::string other = dir_ + "/other";
+  std::filesystem::create_directory(other);
+  EXPECT_TRUE(second.FirstInstance(other));
+}
+
+TEST_F(LinuxHost, OwnProcessIsFoundByItsPathInAnyCase) {
+  LinuxPlatform host(options_);
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+  EXPECT_EQ(host.FindProcessByPath(self), getpid());
+  std::string upper = self;
+  for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  // Case-blind lookup resolves only existing components, so compare through
+  // the folder of this program with its name in another case.
+  const std::string folder = self.substr(0, self.find_last_of('/'));
+  const std::string name = upper.substr(upper.find_last_of('/') + 1);
+  EXPECT_EQ(host.FindProcessByPath(folder + "\\" + name), getpid());
+  EXPECT_EQ(host.FindProcessByPath(dir_ + "\\SendBU.exe"), 0);
+}
+
+TEST_F(LinuxHost, ProcessListHasThisProgramNamedAsAModule) {
+  LinuxPlatform host(options_);
+  const auto pids = host.EnumProcesses();
+  EXPECT_NE(std::find(pids.begin(), pids.end(), getpid()), pids.end());
+  std::vector<std::string> modules;
+  ASSERT_TRUE(host.ProcessModules(getpid(), modules));
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe").filename().string();
+  EXPECT_EQ(modules, std::vector<std::string>{self + ".exe"});
+  EXPECT_FALSE(host.ProcessModules(999999999, modules));
+}
+
+TEST(ProgramNames, ScriptsAreNamedAfterTheScript) {
+  EXPECT_EQ(ProgramBaseName("/usr/bin/python3.11", std::string("python3\0/srv/app/watch.py\0", 26)),
+            "watch.exe");
+  EXPECT_EQ(ProgramBaseName("/usr/bin/bash", std::string("bash\0-e\0/opt/run-backup.sh\0", 27)),
+            "run-backup.exe");
+  EXPECT_EQ(ProgramBaseName("/usr/sbin/nginx", std::string("nginx: master\0", 14)), "nginx.exe");
+  EXPECT_EQ(ProgramBaseName("/usr/bin/perl", std::string("perl\0", 5)), "perl.exe");
+  EXPECT_EQ(ProgramBaseName("/opt/app/server (deleted)", std::string("server\0", 7)), "server.exe");
+}
+
+TEST_F(LinuxHost, ShellOpenStartsAnExecutableInItsFolder) {
+  const std::string script = dir_ + "/companion.sh";
+  WriteFile(script, "#!/bin/sh\npwd > started.txt\n");
+  chmod(script.c_str(), 0755);
+  LinuxPlatform host(options_);
+  ASSERT_TRUE(host.ShellOpen(dir_ + "\\companion.sh", "", dir_));
+  for (int i = 0; i < 100 && !Exists(dir_ + "/started.txt"); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  EXPECT_EQ(ReadFile(dir_ + "/started.txt"), dir_ + "\n");
+  EXPECT_FALSE(host.ShellOpen(dir_ + "\\missing.exe", "", dir_));
+}
+
+TEST(ProcStat, ProcessorLinesAreRead) {
+  const auto cpus =
+      ParseProcStat("cpu  100 5 50 800 10 2 3 0 0 0\ncpu0 50 2 25 400 5 1 1 0 0 0\nintr 12345 0\n");
+  ASSERT_EQ(cpus.size(), 2u);
+  EXPECT_EQ(cpus[0].name, "cpu");
+  EXPECT_EQ(cpus[0].Total(), 970u);
+  EXPECT_EQ(cpus[0].Idle(), 810u);
+  EXPECT_EQ(cpus[1].name, "cpu0");
+}
+
+TEST(RealHost, ProcessorIdleCounterReadsAPercentageAfterTwoCollections) {
+  LinuxCounters counters;
+  uint32_t query = 0;
+  counters.OpenQuery(query);
+  int32_t handle = 0;
+  ASSERT_EQ(counters.AddCounter(query, "\\\\HOST\\Processor(0)\\% Idle Time", handle), 0u);
+  uint32_t status = 0;
+  counters.CollectQueryData(query);
+  EXPECT_EQ(counters.GetDoubleCounterValue(handle, status), 0.0);  // a rate needs two samples
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  counters.CollectQueryData(query);
+  const double idle = counters.GetDoubleCounterValue(handle, status);
+  EXPECT_GE(idle, 0.0);
+  EXPECT_LE(idle, 100.0);
+  int32_t missing = 0;
+  EXPECT_NE(counters.AddCounter(query, "\\\\HOST\\Processor(9999)\\% Idle Time", missing), 0u);
+  EXPECT_EQ(missing, 0);
+}
+
+}  // namespace
+}  // namespace tarnex::testing
