@@ -9,8 +9,16 @@
 #include "inventory/dos_outputs.h"
 #include "inventory/processor_facts.h"
 #include "inventory/system_facts.h"
+#include "rules/engine.h"
 
 namespace tarnex {
+
+namespace {
+// The keys of BNMonitor(0..11) in section Monitor.
+const char* const kSwitchKeys[12] = {"CPU",        "MEM",        "HD",          "NET",
+                                     "SQL",        "ISA FW",     "Web Service", "Web Proxy",
+                                     "ISA Server", "Server Gen", "Once",        "UPrograms"};
+}  // namespace
 
 using legacy::Format;
 using legacy::FormatDate;
@@ -18,10 +26,6 @@ using legacy::Left;
 using legacy::UCase;
 using legacy::Val;
 
-namespace {
-
-// The implicit conversion of a text to a number: the whole text must be a
-// number (blanks around it allowed) or True/False. The empty text fails.
 std::optional<double> ImplicitNumber(const std::string& text) {
   const std::string t = legacy::Trim(text);
   if (t.empty()) return std::nullopt;
@@ -46,6 +50,8 @@ std::optional<double> ImplicitNumber(const std::string& text) {
   if (!digits || i != t.size()) return std::nullopt;
   return Val(t);
 }
+
+namespace {
 
 // "Monitor CPU Port", "Monitor CPU Port 2" ... "Monitor CPU Port 5".
 std::string PortKey(const char* name, int n) {
@@ -144,6 +150,40 @@ void App::StartCompanionIfWanted() {
   }
 }
 
+void App::RestoreLineSpeeds() {
+  auto& m = model_;
+  m.UpBWList.clear();
+  m.DnBWList.clear();
+  for (int i = 1; i <= 90; ++i) {
+    m.UpBWList.push_back(std::to_string(i + 10) + " MB");
+    m.DnBWList.push_back(std::to_string(i + 10) + " MB");
+  }
+  m.UpBW = INIRead(kSettingsFile, "Monitor", "UP BW");
+  m.DnBW = INIRead(kSettingsFile, "Monitor", "DN BW");
+  if (m.UpBW.empty()) m.UpBW = "100 MB";
+  // An empty download speed gives the upload speed its default again and
+  // stays empty itself.
+  if (m.DnBW.empty()) m.UpBW = "100 MB";
+  // A text too short to lose its " MB" leaves the limit as it was.
+  if (m.UpBW.size() >= 3) m.UpBWLimit = Left(m.UpBW, static_cast<int64_t>(m.UpBW.size()) - 3);
+  if (m.DnBW.size() >= 3) m.DnBWLimit = Left(m.DnBW, static_cast<int64_t>(m.DnBW.size()) - 3);
+}
+
+void App::RestoreBottleneckSwitches() {
+  auto& m = model_;
+  for (size_t i = 0; i < 12; ++i) {
+    ReadFlag(INIRead(kSettingsFile, "Monitor", kSwitchKeys[i]), m.BNMonitor[i]);
+  }
+  RefreshRuleSwitches(m);
+  // Report each bottleneck only once: every key is marked as reported, so the
+  // guarded rules stay silent for the whole run.
+  if (m.Once == 1) {
+    for (int key = 1; key <= 100; ++key) {
+      INIWrite(kSettingsFile, "Bottleneck", std::to_string(key), "1");
+    }
+  }
+}
+
 bool App::FormLoad() {
   auto& m = model_;
   auto& pdh = platform_.Counters();
@@ -211,6 +251,10 @@ bool App::FormLoad() {
 
   // 12. First run.
   FirstRunStamp();
+
+  // 17, 18. The expected line speeds and the bottleneck switches.
+  RestoreLineSpeeds();
+  RestoreBottleneckSwitches();
 
   // 29. The hour, the connection indicators.
   m.HourNow = FormatDate(loop().Now(), "h");
@@ -294,12 +338,10 @@ void App::Command1() {
   if (m.UpBW.size() >= 3) m.UpBWLimit = Left(m.UpBW, static_cast<int64_t>(m.UpBW.size()) - 3);
   if (m.DnBW.size() >= 3) m.DnBWLimit = Left(m.DnBW, static_cast<int64_t>(m.DnBW.size()) - 3);
 
-  static const char* kSwitchKeys[12] = {"CPU",        "MEM",        "HD",          "NET",
-                                        "SQL",        "ISA FW",     "Web Service", "Web Proxy",
-                                        "ISA Server", "Server Gen", "Once",        "UPrograms"};
   for (size_t i = 0; i < 12; ++i) {
     INIWrite(kSettingsFile, "Monitor", kSwitchKeys[i], std::to_string(m.BNMonitor[i]));
   }
+  RefreshRuleSwitches(m);
 
   INIWrite(kSettingsFile, S, "BU Freq", m.BUFreq);
   INIWrite(kSettingsFile, S, "Send 24", m.SendOpt[0] ? "True" : "False");

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "core/model.h"
@@ -48,6 +49,9 @@ class App {
   // The sampling cycle and its processor averages.
   void Timer1();
   void CPUAver(const std::string& sample);
+  // The journal half of the cycle's step 25: a non-empty BNText loses its
+  // last two characters and goes to the journal between asterisk lines.
+  void JournalFindings();
 
   // The journal.
   void MyEvents(const std::string& message);
@@ -92,6 +96,8 @@ class App {
   void EventTextChanged();
   void ShowPortIndicators();
   void FirstRunStamp();
+  void RestoreLineSpeeds();
+  void RestoreBottleneckSwitches();
   void StartCompanionIfWanted();
   std::string CompanionPath() const { return model_.AppPath + "\\SendBU.exe"; }
   static void Plot(History& history, int32_t value);
@@ -104,6 +110,10 @@ class App {
   std::unique_ptr<DOSOutputs> objDOS_;
   int timer1_ = 0;
 };
+
+// The implicit conversion of a text to a number: the whole text must be a
+// number (blanks around it allowed) or True/False. The empty text fails.
+std::optional<double> ImplicitNumber(const std::string& text);
 
 // A flag read from the settings ("1", "0", "True", "False"): the empty text
 // or any other text cannot be converted, and the flag keeps its value.

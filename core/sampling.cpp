@@ -4,6 +4,7 @@
 #include "core/legacy.h"
 #include "counters/programs.h"
 #include "inventory/processor_facts.h"
+#include "rules/engine.h"
 
 namespace tarnex {
 
@@ -201,10 +202,12 @@ void App::Timer1() {
   m.Label44 = "Memory Pages Output: " + FN(m.PagesOutput) + " Sec";
   Yield();
 
-  // 17. The program list, every half minute of ticks.
+  // 17. The program list at the thirtieth tick. The rule pass of step 21 sets
+  // the counter to 0, so it reads 1 here on every cycle and this test, like
+  // those of steps 18, 20 and 22, does not hold in steady running.
   if (m.MinuteTick == 30) RefreshPrograms(platform_, m, [this] { Yield(); });
 
-  // 18. The page file and the service count, every minute of ticks.
+  // 18. The page file and the service count, at the sixtieth tick.
   if (m.MinuteTick > 59) {
     SwapInfo(*this);
     CountServices(platform_, m);
@@ -230,8 +233,14 @@ void App::Timer1() {
     }
   }
 
+  // 21. The bottleneck rules (which leave the tick counter at 0).
+  BottleneckCheck(*this);
+
   // 22. The tick counter wraps.
   if (m.MinuteTick > 60) m.MinuteTick = 1;
+
+  // 25. What the rules found.
+  JournalFindings();
 
   // 31. The cycle's length retunes the timer: seconds taken from a number of
   // milliseconds, so the interval stays at 1000 or a unit or two below. At
@@ -242,6 +251,17 @@ void App::Timer1() {
   if (timer1_ != 0) {
     loop().SetTimerInterval(timer1_, legacy::CLng(1000 - static_cast<double>(m.CycleElapsed)));
   }
+}
+
+void App::JournalFindings() {
+  auto& m = model_;
+  // One entry between two lines of asterisks, without its last line end. A
+  // text too short to cut is journalled as it stands.
+  if (m.BNText.empty()) return;
+  if (m.BNText.size() >= 2) m.BNText.erase(m.BNText.size() - 2);
+  MyEvents(kAsterisks);
+  MyEvents(m.BNText);
+  MyEvents(kAsterisks);
 }
 
 void App::Timer1Disk() {

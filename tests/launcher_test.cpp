@@ -139,7 +139,7 @@ TEST_F(Launcher, SimulatedRunMakesTheTreeAndDumpsTheModel) {
   EXPECT_EQ(model["CPULastMin"], "Data < 60 (11)");
   EXPECT_EQ(model["AppPath"], app_);
   EXPECT_EQ(model["ComputerName"], "SRV1");
-  EXPECT_EQ(model["MinuteTick"], 11);
+  EXPECT_EQ(model["MinuteTick"], 0);
   EXPECT_TRUE(model["IdlePer"].is_array());
   EXPECT_EQ(model["IdlePer"].size(), 4u);
   EXPECT_EQ(model["picGraph0"].size(), 300u);

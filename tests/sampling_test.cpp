@@ -277,13 +277,37 @@ TEST(Timer1, LogAllWindowEndsAbove900Elapsed) {
   EXPECT_EQ(s.model().LogAllSeconds, 0);
 }
 
-TEST(Timer1, TickCounterWrapsAbove60) {
+TEST(Timer1, RulePassLeavesTheTickCounterAtZeroAfterEveryCycle) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
+  EXPECT_EQ(s.model().MinuteTick, 0);
   s.loop().Wait(59000);
-  EXPECT_EQ(s.model().MinuteTick, 60);
+  EXPECT_EQ(s.model().MinuteTick, 0);
+  // Even a counter far past its wrap is back at 0 after the next pass.
+  s.model().MinuteTick = 100;
   s.loop().Wait(1000);
-  EXPECT_EQ(s.model().MinuteTick, 1);
+  EXPECT_EQ(s.model().MinuteTick, 0);
+}
+
+TEST(Timer1, ProgramListIsNotRefreshedAtTheThirtiethTickInSteadyRunning) {
+  SimApp s;
+  s.sim().running[100] = "C:\\Apps\\first.exe";
+  ASSERT_TRUE(s.app().FormLoad());
+  EXPECT_EQ(s.model().Programlist, TextList{"first"});
+  s.sim().running[101] = "C:\\Apps\\second.exe";
+  s.loop().Wait(120000);
+  EXPECT_EQ(s.model().Programlist, TextList{"first"});
+}
+
+TEST(Timer1, ServicesAreNotCountedAgainAtTheSixtiethTickInSteadyRunning) {
+  SimApp s;
+  s.sim().services = 40;
+  ASSERT_TRUE(s.app().FormLoad());
+  EXPECT_EQ(s.model().ServiceCount, 40);
+  s.sim().services = 41;
+  s.loop().Wait(180000);
+  EXPECT_EQ(s.model().ServiceCount, 40);
+  EXPECT_EQ(s.model().ServiceText, "Service: 40");
 }
 
 TEST(Timer1, IntervalStaysAtASecondInSimulation) {
@@ -292,7 +316,7 @@ TEST(Timer1, IntervalStaysAtASecondInSimulation) {
   s.loop().Wait(10000);
   EXPECT_EQ(s.loop().TimerInterval(s.app().Timer1Id()), 1000);
   EXPECT_EQ(s.model().CycleElapsed, 0.0f);
-  EXPECT_EQ(s.model().MinuteTick, 11);
+  EXPECT_EQ(s.model().MinuteTick, 0);
 }
 
 TEST(Timer1, UnaddedCountersReadZeroAndTheCycleRunsWhole) {
