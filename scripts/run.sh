@@ -7,7 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
-cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DTARNEX_BENCH=OFF >/dev/null
+cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DTARNEX_SANITIZE=OFF >/dev/null
 cmake --build build -j2 --target tarnex-server
 home="${TARNEX_HOME:-$HOME/tarnex-server}"
 mkdir -p "$home/Bin"

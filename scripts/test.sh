@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
-cmake -S . -B build -DTARNEX_WERROR=ON >/dev/null
+cmake -S . -B build -DTARNEX_WERROR=ON -DTARNEX_BENCH=ON -DTARNEX_SANITIZE=OFF >/dev/null
 cmake --build build -j2
 (cd build && ctest --output-on-failure -j2)
 cmake -S . -B build-asan -DTARNEX_WERROR=ON -DTARNEX_SANITIZE=ON -DTARNEX_BENCH=OFF \
