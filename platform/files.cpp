@@ -45,12 +45,6 @@ bool Files::FolderExists(std::string_view name) const {
   return !path.empty() && ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
-bool Files::FileExists(std::string_view name) const {
-  const std::string path = Native(name);
-  struct stat st {};
-  return !path.empty() && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
-}
-
 bool Files::MakeFolder(std::string_view name) {
   const std::string path = Native(name);
   return !path.empty() && ::mkdir(path.c_str(), 0755) == 0;
@@ -82,22 +76,6 @@ bool Files::WriteAll(std::string_view name, std::string_view text) {
   return true;
 }
 
-std::optional<std::string> Files::ReadAll(std::string_view name) const {
-  const std::string path = Native(name);
-  if (path.empty()) return std::nullopt;
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return std::nullopt;
-  std::string out;
-  char buffer[65536];
-  for (;;) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n <= 0) break;
-    out.append(buffer, static_cast<size_t>(n));
-  }
-  ::close(fd);
-  return out;
-}
-
 std::optional<CivilTime> Files::Modified(std::string_view name) const {
   const std::string path = Native(name);
   struct stat st {};
@@ -113,11 +91,6 @@ std::optional<CivilTime> Files::Modified(std::string_view name) const {
   t.minute = local.tm_min;
   t.second = local.tm_sec;
   return t;
-}
-
-bool Files::Remove(std::string_view name) {
-  const std::string path = Native(name);
-  return !path.empty() && ::unlink(path.c_str()) == 0;
 }
 
 void SimFiles::DeclareFolder(std::string_view name) {

@@ -21,17 +21,14 @@ class Files {
   std::string Native(std::string_view name) const;
 
   virtual bool FolderExists(std::string_view name) const;
-  bool FileExists(std::string_view name) const;
   // Makes one folder; fails when it exists already or its parent does not.
   bool MakeFolder(std::string_view name);
   // Appends to a file, creating it when `create` is set.
   bool Append(std::string_view name, std::string_view text, bool create = true);
   // Replaces a file's content (through a temporary file and a rename).
   bool WriteAll(std::string_view name, std::string_view text);
-  std::optional<std::string> ReadAll(std::string_view name) const;
   // When a file was last modified, in local time; nothing when it does not exist.
   std::optional<CivilTime> Modified(std::string_view name) const;
-  bool Remove(std::string_view name);
 };
 
 // Files of a simulated machine: the host's files, plus folders that the
