@@ -26,31 +26,6 @@ using legacy::Left;
 using legacy::UCase;
 using legacy::Val;
 
-std::optional<double> ImplicitNumber(const std::string& text) {
-  const std::string t = legacy::Trim(text);
-  if (t.empty()) return std::nullopt;
-  const std::string upper = UCase(t);
-  if (upper == "TRUE") return -1.0;
-  if (upper == "FALSE") return 0.0;
-  size_t i = 0;
-  if (t[i] == '+' || t[i] == '-') ++i;
-  bool digits = false;
-  while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i]))) ++i, digits = true;
-  if (i < t.size() && t[i] == '.') {
-    ++i;
-    while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i]))) ++i, digits = true;
-  }
-  if (digits && i < t.size() && (t[i] == 'E' || t[i] == 'e')) {
-    size_t j = i + 1;
-    if (j < t.size() && (t[j] == '+' || t[j] == '-')) ++j;
-    const size_t exp_start = j;
-    while (j < t.size() && std::isdigit(static_cast<unsigned char>(t[j]))) ++j;
-    if (j > exp_start) i = j;
-  }
-  if (!digits || i != t.size()) return std::nullopt;
-  return Val(t);
-}
-
 namespace {
 
 // "Monitor CPU Port", "Monitor CPU Port 2" ... "Monitor CPU Port 5".
@@ -66,7 +41,7 @@ std::string PortKey(const char* name, int n) {
 }  // namespace
 
 void ReadFlag(const std::string& text, int32_t& flag) {
-  if (auto n = ImplicitNumber(text)) flag = static_cast<int32_t>(legacy::CLng(*n));
+  if (auto n = legacy::ImplicitNumber(text)) flag = static_cast<int32_t>(legacy::CLng(*n));
 }
 
 App::App(Platform& platform, std::string app_path) : platform_(platform) {

@@ -111,10 +111,6 @@ class App {
   int timer1_ = 0;
 };
 
-// The implicit conversion of a text to a number: the whole text must be a
-// number (blanks around it allowed) or True/False. The empty text fails.
-std::optional<double> ImplicitNumber(const std::string& text);
-
 // A flag read from the settings ("1", "0", "True", "False"): the empty text
 // or any other text cannot be converted, and the flag keeps its value.
 void ReadFlag(const std::string& text, int32_t& flag);

@@ -4,6 +4,7 @@
 #include "core/legacy.h"
 
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -1119,6 +1120,31 @@ std::string Cp1252ToUtf8(std::string_view text) {
     }
   }
   return out;
+}
+
+std::optional<double> ImplicitNumber(std::string_view text) {
+  const std::string t = Trim(text);
+  if (t.empty()) return std::nullopt;
+  const std::string upper = UCase(t);
+  if (upper == "TRUE") return -1.0;
+  if (upper == "FALSE") return 0.0;
+  size_t i = 0;
+  if (t[i] == '+' || t[i] == '-') ++i;
+  bool digits = false;
+  while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i]))) ++i, digits = true;
+  if (i < t.size() && t[i] == '.') {
+    ++i;
+    while (i < t.size() && std::isdigit(static_cast<unsigned char>(t[i]))) ++i, digits = true;
+  }
+  if (digits && i < t.size() && (t[i] == 'E' || t[i] == 'e')) {
+    size_t j = i + 1;
+    if (j < t.size() && (t[j] == '+' || t[j] == '-')) ++j;
+    const size_t exp_start = j;
+    while (j < t.size() && std::isdigit(static_cast<unsigned char>(t[j]))) ++j;
+    if (j > exp_start) i = j;
+  }
+  if (!digits || i != t.size()) return std::nullopt;
+  return Val(t);
 }
 
 }  // namespace tarnex::legacy

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,12 @@ namespace tarnex::legacy {
 
 // Lenient conversion: the leading number of a text, else 0. Never fails.
 double Val(std::string_view text);
+
+// The implicit conversion of a text to a number (assigning a text to a number
+// or comparing it with one): the whole text must be a number, blanks around it
+// allowed, or True (-1) / False (0). Anything else, the empty text included,
+// cannot be converted.
+std::optional<double> ImplicitNumber(std::string_view text);
 
 // Format(number, pattern) with the numeric patterns ("0", "#", ",", ".").
 std::string Format(double value, std::string_view pattern);

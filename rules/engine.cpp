@@ -41,7 +41,7 @@ bool ReportStep(App& app, int key) {
   // The stored text is compared with the number 0. A text that is not a
   // number (a missing key reads as the empty text) makes the comparison
   // fail, and a failed test counts as met: the text goes through.
-  const std::optional<double> value = ImplicitNumber(stored);
+  const std::optional<double> value = legacy::ImplicitNumber(stored);
   if (!value) return true;
   return *value == 0;
 }

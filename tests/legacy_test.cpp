@@ -1087,3 +1087,24 @@ TEST(LegacyRobustness, ArbitraryInputsNeverThrow) {
 
 }  // namespace
 }  // namespace tarnex::legacy
+
+namespace tarnex::legacy {
+namespace {
+
+TEST(LegacyImplicitNumber, WholeNumericTextConverts) {
+  EXPECT_EQ(ImplicitNumber(" 12.5 "), 12.5);
+  EXPECT_EQ(ImplicitNumber("-3"), -3.0);
+  EXPECT_EQ(ImplicitNumber("1E3"), 1000.0);
+  EXPECT_EQ(ImplicitNumber("True"), -1.0);
+  EXPECT_EQ(ImplicitNumber("false"), 0.0);
+}
+
+TEST(LegacyImplicitNumber, EmptyOrPartlyNumericTextCannotBeConverted) {
+  EXPECT_FALSE(ImplicitNumber("").has_value());
+  EXPECT_FALSE(ImplicitNumber("   ").has_value());
+  EXPECT_FALSE(ImplicitNumber("12abc").has_value());
+  EXPECT_FALSE(ImplicitNumber(".").has_value());
+}
+
+}  // namespace
+}  // namespace tarnex::legacy
