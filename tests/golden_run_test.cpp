@@ -1,0 +1,74 @@
+// A simulated day of the whole program, compared byte for byte with the files
+// and the model a reference run left in tests/data/golden/expected. Any change
+// of behaviour shows here; a deliberate one is recorded by running the test
+// with TARNEX_UPDATE_GOLDEN=1, which rewrites the expected files.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "tests/test_support.h"
+
+namespace tarnex::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kGolden = std::string(TARNEX_SOURCE_DIR) + "/tests/data/golden";
+
+std::string Replace(std::string text, const std::string& from, const std::string& to) {
+  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
+}
+
+// Every file under `root` but the single-instance lock, by relative path.
+std::set<std::string> FilesUnder(const std::string& root) {
+  std::set<std::string> out;
+  for (const auto& e : fs::recursive_directory_iterator(root)) {
+    if (!e.is_regular_file()) continue;
+    const std::string rel = fs::relative(e.path(), root).string();
+    if (rel != ".tarnex-server.lock") out.insert(rel);
+  }
+  return out;
+}
+
+TEST(GoldenRun, ASimulatedDayWritesTheSameFilesAndModel) {
+  const std::string dir = MakeTempDir();
+  const std::string app = dir + "/install";
+  fs::copy(kGolden + "/seed", app, fs::copy_options::recursive);
+  const std::string dump = dir + "/model.json";
+  const std::string command = std::string(TARNEX_SERVER_BINARY) +
+                              " --platform sim --quiet --scenario '" + kGolden +
+                              "/day.json' --app-path '" + app +
+                              "' --run-for 86400 --dump-model '" + dump + "'";
+  ASSERT_EQ(std::system(command.c_str()), 0) << command;
+
+  const std::string expected_dir = kGolden + "/expected";
+  const std::string model = Replace(ReadFile(dump), app, "@APP_PATH@");
+  if (std::getenv("TARNEX_UPDATE_GOLDEN") != nullptr) {
+    fs::remove_all(expected_dir);
+    for (const auto& rel : FilesUnder(app)) {
+      fs::create_directories(fs::path(expected_dir + "/" + rel).parent_path());
+      fs::copy_file(app + "/" + rel, expected_dir + "/" + rel);
+    }
+    WriteFile(expected_dir + "/model.json", model);
+  }
+
+  std::set<std::string> expected = FilesUnder(expected_dir);
+  expected.erase("model.json");
+  EXPECT_EQ(FilesUnder(app), expected);
+  for (const auto& rel : expected) {
+    EXPECT_TRUE(ReadFile(app + "/" + rel) == ReadFile(expected_dir + "/" + rel))
+        << rel << " differs from the reference run";
+  }
+  EXPECT_TRUE(model == ReadFile(expected_dir + "/model.json"))
+      << "the model dump differs from the reference run";
+  fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace tarnex::testing
