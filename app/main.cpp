@@ -1,16 +1,9 @@
 // tarnex-server: the launcher. It reads the platform's options, chooses the
 // provider, runs the application and returns its exit code.
-#include <fcntl.h>
-#include <limits.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -22,6 +15,7 @@
 
 #include "core/app.h"
 #include "platform/linux/linux_platform.h"
+#include "platform/native/process.h"
 #include "platform/sim/sim_platform.h"
 
 namespace {
@@ -74,16 +68,6 @@ struct Options {
   bool help = false;
   bool version = false;
 };
-
-int g_signal_pipe[2] = {-1, -1};
-volatile sig_atomic_t g_signals = 0;
-
-void OnSignal(int) {
-  g_signals = g_signals + 1;
-  if (g_signals > 1) _exit(1);
-  const char byte = 1;
-  [[maybe_unused]] ssize_t n = write(g_signal_pipe[1], &byte, 1);
-}
 
 int Usage(const std::string& message) {
   std::cerr << "tarnex-server: " << message << "\n"
@@ -180,32 +164,6 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
   return {};
 }
 
-std::string ExecutablePath() {
-  char buffer[PATH_MAX] = {};
-  const ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-  return n > 0 ? std::string(buffer, static_cast<size_t>(n)) : std::string();
-}
-
-// The installation folder as an absolute path, made when it does not exist.
-bool PrepareAppPath(std::string& path) {
-  if (path.empty()) {
-    path = ExecutablePath();
-    path = path.substr(0, path.find_last_of('/'));
-  }
-  std::string partial;
-  for (size_t pos = 0; pos != std::string::npos;) {
-    pos = path.find('/', pos + 1);
-    partial = path.substr(0, pos);
-    if (!partial.empty()) mkdir(partial.c_str(), 0755);
-  }
-  char resolved[PATH_MAX] = {};
-  if (realpath(path.c_str(), resolved) == nullptr) return false;
-  struct stat st {};
-  if (stat(resolved, &st) != 0 || !S_ISDIR(st.st_mode)) return false;
-  path = resolved;
-  return true;
-}
-
 int Run(const Options& o) {
   std::unique_ptr<tarnex::Platform> platform;
   std::string app_path = o.app_path;
@@ -220,13 +178,13 @@ int Run(const Options& o) {
     platform = tarnex::SimPlatform::Load(sim, error);
     if (!platform) return Usage(error);
   }
-  if (!PrepareAppPath(app_path)) {
+  if (!tarnex::PrepareFolder(app_path)) {
     return Usage("cannot use '" + app_path + "' as the installation folder");
   }
   if (!platform) {
     tarnex::LinuxOptions linux_options;
     linux_options.app_path = app_path;
-    linux_options.executable = ExecutablePath();
+    linux_options.executable = tarnex::ExecutablePath();
     linux_options.boot_dir = o.boot_dir;
     linux_options.answer = o.answer;
     linux_options.interfaces = o.interfaces;
@@ -237,18 +195,8 @@ int Run(const Options& o) {
   tarnex::EventLoop& loop = platform->Loop();
   const int64_t started = loop.MonotonicMs();
 
-  if (pipe2(g_signal_pipe, O_CLOEXEC | O_NONBLOCK) != 0) return 1;
-  loop.WatchFd(g_signal_pipe[0], POLLIN, [&](short) {
-    char drain[16];
-    while (read(g_signal_pipe[0], drain, sizeof drain) > 0) {
-    }
-    app.FormUnload();
-  });
-  struct sigaction action {};
-  action.sa_handler = OnSignal;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGTERM, &action, nullptr);
-  sigaction(SIGINT, &action, nullptr);
+  tarnex::CloseSignals signals(loop, [&app] { app.FormUnload(); });
+  if (!signals.ok()) return 1;
 
   if (!app.FormLoad()) return kExitOtherInstance;
 
@@ -273,10 +221,13 @@ int Run(const Options& o) {
   }
   if (!loop.Stopping()) loop.Run();
 
+  app.Flush();
+
   if (!o.dump_model.empty()) {
-    std::ofstream out(o.dump_model, std::ios::binary | std::ios::trunc);
-    out << tarnex::ModelToJson(app.model()).dump(2) << "\n";
-    if (!out) std::cerr << "tarnex-server: cannot write " << o.dump_model << "\n";
+    const std::string text = tarnex::ModelToJson(app.model()).dump(2) + "\n";
+    if (!platform->Fs().Replace(o.dump_model, text)) {
+      std::cerr << "tarnex-server: cannot write " << o.dump_model << "\n";
+    }
   }
   return 0;
 }

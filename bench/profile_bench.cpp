@@ -5,7 +5,12 @@
 //   ReadAfterOutsideChange a key right after another program changed the file: parsed again
 //   ReadSoonAfterChange    a key while the last change is too recent for the file's times
 //                          to vouch for the cached content: the bytes are compared as well
-//   Write                  a changed value: temporary file, rename, cache refreshed
+//   Write                  a changed value taken by the store, as every write between two
+//                          waits of the program's loop is (the file is written at the wait)
+//   INIWrite               the same through the program's settings call: the file name
+//                          mapped, NULs removed, the store's write
+//   WriteAndFlush          a changed value and the flush of the file: temporary file,
+//                          rename, cache refreshed (one wait of the loop after one write)
 //   NativePath...          an existing name spelled with the exact case, and with another case
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,10 +25,18 @@
 
 #include <benchmark/benchmark.h>
 
+#include "core/app.h"
 #include "core/profile.h"
+#include "platform/native/native_files.h"
 #include "platform/native/native_path.h"
+#include "platform/sim/sim_platform.h"
 
 namespace {
+
+tarnex::Files& Host() {
+  static tarnex::NativeFiles files;
+  return files;
+}
 
 struct Fixture {
   std::string dir;
@@ -39,7 +52,7 @@ struct Fixture {
     dir = pattern;
     if (::mkdir((dir + "/Bin").c_str(), 0755) != 0) std::abort();
     file = dir + "/Bin/Tarnex.Tnx";
-    tarnex::ProfileStore store;
+    tarnex::ProfileStore store(Host());
     for (int s = 0; s < 5; ++s) {
       sections.push_back("Section " + std::to_string(s));
       for (int k = 0; k < 20; ++k) {
@@ -49,6 +62,7 @@ struct Fixture {
         }
       }
     }
+    if (!store.Flush()) std::abort();
   }
   ~Fixture() {
     std::error_code ec;
@@ -64,7 +78,7 @@ Fixture& Files() {
 
 void BM_Read(benchmark::State& state) {
   Fixture& f = Files();
-  tarnex::ProfileStore store;
+  tarnex::ProfileStore store(Host());
   store.Read(f.file, f.sections[0], f.keys[0]);
   // Let the file's last change age past the window in which its times
   // cannot yet vouch for its content.
@@ -81,7 +95,7 @@ BENCHMARK(BM_Read)->Repetitions(5)->ReportAggregatesOnly(true);
 
 void BM_ReadAfterOutsideChange(benchmark::State& state) {
   Fixture& f = Files();
-  tarnex::ProfileStore store;
+  tarnex::ProfileStore store(Host());
   std::size_t i = 0;
   for (auto _ : state) {
     state.PauseTiming();
@@ -97,7 +111,7 @@ BENCHMARK(BM_ReadAfterOutsideChange)->Repetitions(5)->ReportAggregatesOnly(true)
 
 void BM_ReadSoonAfterChange(benchmark::State& state) {
   Fixture& f = Files();
-  tarnex::ProfileStore store;
+  tarnex::ProfileStore store(Host());
   std::size_t i = 0;
   for (auto _ : state) {
     state.PauseTiming();
@@ -112,9 +126,11 @@ void BM_ReadSoonAfterChange(benchmark::State& state) {
 }
 BENCHMARK(BM_ReadSoonAfterChange)->Repetitions(5)->ReportAggregatesOnly(true);
 
+// Writes `count` changed values, the first from `i`; flushes (untimed) every
+// 256 writes so that the pending changes stay as few as in a turn of the loop.
 void BM_Write(benchmark::State& state) {
   Fixture& f = Files();
-  tarnex::ProfileStore store;
+  tarnex::ProfileStore store(Host());
   std::size_t i = 0;
   for (auto _ : state) {
     const std::size_t k = i % f.keys.size();
@@ -124,9 +140,56 @@ void BM_Write(benchmark::State& state) {
       state.SkipWithError("write failed");
       break;
     }
+    if (i % 256 == 0) {
+      state.PauseTiming();
+      store.Flush();
+      state.ResumeTiming();
+    }
   }
+  store.Flush();
 }
 BENCHMARK(BM_Write)->Repetitions(5)->ReportAggregatesOnly(true);
+
+void BM_INIWrite(benchmark::State& state) {
+  Fixture& f = Files();
+  tarnex::SimOptions options;
+  options.quiet = true;
+  std::string error;
+  auto sim = tarnex::SimPlatform::FromText("{}", options, error);
+  if (!sim) std::abort();
+  tarnex::App app(*sim, f.dir);
+  tarnex::Context& ctx = app.ctx();
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const std::size_t k = i % f.keys.size();
+    ctx.INIWrite(tarnex::Context::kSettingsFile, f.SectionOf(k), f.keys[k],
+                 std::to_string(3000000 + i));
+    ++i;
+    if (i % 256 == 0) {
+      state.PauseTiming();
+      app.Flush();
+      state.ResumeTiming();
+    }
+  }
+  app.Flush();
+}
+BENCHMARK(BM_INIWrite)->Repetitions(5)->ReportAggregatesOnly(true);
+
+void BM_WriteAndFlush(benchmark::State& state) {
+  Fixture& f = Files();
+  tarnex::ProfileStore store(Host());
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const std::size_t k = i % f.keys.size();
+    const std::string value = std::to_string(2000000 + i);  // always a change
+    ++i;
+    if (!store.Write(f.file, f.SectionOf(k), f.keys[k], value) || !store.Flush()) {
+      state.SkipWithError("write failed");
+      break;
+    }
+  }
+}
+BENCHMARK(BM_WriteAndFlush)->Repetitions(5)->ReportAggregatesOnly(true);
 
 void BM_NativePathExact(benchmark::State& state) {
   Fixture& f = Files();

@@ -63,7 +63,7 @@ void BM_BottleneckCheckAllSwitches100Programs(benchmark::State& state) {
     sim->Counters().CollectQueryData(m.PerfQuery);
     state.counters["programs"] = static_cast<double>(m.ProgLast + 1);
     for (auto _ : state) {
-      tarnex::BottleneckCheck(app);
+      tarnex::BottleneckCheck(app.ctx());
       benchmark::DoNotOptimize(m.BNText);
     }
   }

@@ -1,6 +1,8 @@
-// The journal: the event text, the day logs and the six statistics logs.
-#include "core/app.h"
-#include "core/legacy.h"
+// The journal: the event text and the day logs.
+#include "core/journal.h"
+
+#include "base/legacy.h"
+#include "core/context.h"
 
 namespace tarnex {
 
@@ -9,21 +11,20 @@ constexpr size_t kEventTextLimit = 30000;
 constexpr size_t kEventTextCut = 15000;
 }  // namespace
 
-void App::EventTextChanged() {
-  // The removal is itself a change, so the rule runs once more and stops.
+void EventTextChanged(ServerModel& m) {
   for (int pass = 0; pass < 2; ++pass) {
-    if (model_.EventText.size() <= kEventTextLimit) return;
-    model_.EventText.erase(0, kEventTextCut);
+    if (m.EventText.size() <= kEventTextLimit) return;
+    m.EventText.erase(0, kEventTextCut);
   }
 }
 
-void App::MyEvents(const std::string& message) {
+void Context::MyEvents(const std::string& message) {
   // The event always reaches the window; the day log stops at the first step
   // that fails.
   model_.EventText += message + "\r\n";
-  EventTextChanged();
+  EventTextChanged(model_);
 
-  const CivilTime today = loop().Now();
+  const CivilTime today = Now();
   const std::string year = legacy::FormatDate(today, "yyyy");
   const std::string folder = year + "\\" + legacy::FormatDate(today, "mmm");
   Files& fs = platform_.Fs();
@@ -33,29 +34,6 @@ void App::MyEvents(const std::string& message) {
   }
   fs.Append(Path("\\Logs\\" + folder + "\\" + legacy::FormatDate(today, "dd mmm yy") + ".txt"),
             message + "\r\n");
-}
-
-void App::AppendLog(const char* name, const std::string& text) {
-  platform_.Fs().Append(Path(std::string("\\Logs\\") + name), text + "\r\n");
-}
-
-void App::LogDailyBandwidth(const std::string& text) {
-  AppendLog("Daily Bandwidth.txt", text);
-}
-void App::LogDailyHardDrive(const std::string& text) {
-  AppendLog("Daily Hard Drive.txt", text);
-}
-void App::LogMonthlyBandwidth(const std::string& text) {
-  AppendLog("Monthly Bandwidth.txt", text);
-}
-void App::LogMonthlyHardDrive(const std::string& text) {
-  AppendLog("Monthly Hard Drive.txt", text);
-}
-void App::LogAnnualBandwidth(const std::string& text) {
-  AppendLog("Annual Bandwidth.txt", text);
-}
-void App::LogAnnualHardDrive(const std::string& text) {
-  AppendLog("Annual Hard Drive.txt", text);
 }
 
 }  // namespace tarnex

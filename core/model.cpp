@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 
 namespace tarnex {
 

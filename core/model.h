@@ -1,6 +1,8 @@
 // The server model: the one record that holds the whole state of the program.
 // Fields bear the names of the system's inputs and indicators. Text is
-// single-byte (Windows-1252); numbers are doubles unless noted.
+// single-byte (Windows-1252); numbers are doubles unless noted. The fields
+// listed here belong to the application core; each subsystem lists its own in
+// its fields.h, and the model is assembled from all of them.
 #pragma once
 
 #include <array>
@@ -10,9 +12,14 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "backup/fields.h"
+#include "bandwidth/fields.h"
 #include "counters/fields.h"
 #include "inventory/fields.h"
+#include "mail/fields.h"
+#include "monitorlink/fields.h"
 #include "rules/fields.h"
+#include "tracking/fields.h"
 
 namespace tarnex {
 
@@ -53,47 +60,10 @@ using SQLHandles = std::array<int32_t, 14>;
   /* run-time scratch zeroed at start */                                      \
   X(double, LogAllSeconds, 0)                                                 \
   X(double, LogAllElapsed, 0)                                                 \
-  X(double, DiskReadMonth, 0)                                                 \
-  X(double, DiskWriteMonth, 0)                                                \
   X(double, MinuteTick, 0)                                                    \
-  X(int32_t, DayClosed, 0)                                                    \
-  X(int32_t, MidnightArmed, 0)                                                \
-  X(double, BackupCount, 0)                                                   \
-  X(int32_t, DayTrackClosed, 0)                                               \
-  X(int32_t, HarvestDone, 0)                                                  \
   /* settings of the main screen */                                           \
-  X(int32_t, Check1, 0)                                                       \
-  X(Text, Text1, "")                                                          \
-  X(Text, BUPath, "")                                                         \
   X(Flags<3>, Check3, {})                                                     \
-  X(Flags<2>, SendOpt, {})                                                    \
-  X(Text, BUFreq, "")                                                         \
-  X(double, BackupInterval, 0)                                                \
-  X(Text, CRTime, "")                                                         \
-  X(int32_t, CloseCHK, 0)                                                     \
-  X(Texts<4>, CloseME, {})                                                    \
-  X(Texts<4>, CmdLine, {})                                                    \
-  X(Text, CPUPort, "")                                                        \
-  X(Text, CPUPort2, "")                                                       \
-  X(Text, CPUPort3, "")                                                       \
-  X(Text, CPUPort4, "")                                                       \
-  X(Text, CPUPort5, "")                                                       \
-  X(Texts<5>, CPUpass, {})                                                    \
-  X(Text, BUPort, "")                                                         \
-  X(Text, BUPort2, "")                                                        \
-  X(Text, BUPort3, "")                                                        \
-  X(Text, BUPort4, "")                                                        \
-  X(Text, BUPort5, "")                                                        \
-  X(Text, SrvCODE, "")                                                        \
-  X(Texts<5>, MUser, {})                                                      \
-  X(Flags<5>, cno, {})                                                        \
-  X(Text, UpBW, "")                                                           \
-  X(Text, DnBW, "")                                                           \
-  X(Text, UpBWLimit, "")                                                      \
-  X(Text, DnBWLimit, "")                                                      \
-  X(Flags<12>, BNMonitor, {})                                                 \
   X(Text, SName, "")                                                          \
-  X(TextList, List2, {})                                                      \
   /* the sampling cycle */                                                    \
   X(Text, CPUUsage, "")                                                       \
   X(double, CPUSpeed, 0)                                                      \
@@ -122,25 +92,6 @@ using SQLHandles = std::array<int32_t, 14>;
   X(double, PagesOutput, 0)                                                   \
   X(double, PoolPaged, 0)                                                     \
   X(double, TotalMemory, 0)                                                   \
-  X(double, DiskFreePercent, 0)                                               \
-  X(double, DiskFreeMB, 0)                                                    \
-  X(double, DiskWriteBps, 0)                                                  \
-  X(double, DiskReadBps, 0)                                                   \
-  X(double, DiskQueue, 0)                                                     \
-  X(double, DiskTime, 0)                                                      \
-  X(double, DiskIdle, 0)                                                      \
-  X(double, DiskTotalMonth, 0)                                                \
-  X(double, DiskReadDay, 0)                                                   \
-  X(double, DiskWriteDay, 0)                                                  \
-  X(double, DiskTotalDay, 0)                                                  \
-  X(double, DiskReadPeak, 0)                                                  \
-  X(double, DiskWritePeak, 0)                                                 \
-  X(double, IdleSamples, 0)                                                   \
-  X(double, IdleBand0, 0)                                                     \
-  X(double, IdleBand1, 0)                                                     \
-  X(double, IdleBand2, 0)                                                     \
-  X(double, IdleBand3, 0)                                                     \
-  X(Texts<4>, IdlePer, {})                                                    \
   X(Text, BNText, "")                                                         \
   X(float, CycleStart, 0)                                                     \
   X(float, CycleElapsed, 0)                                                   \
@@ -174,18 +125,6 @@ using SQLHandles = std::array<int32_t, 14>;
   X(Text, Label28, "")                                                        \
   X(Text, Label42, "")                                                        \
   X(Text, Label41, "")                                                        \
-  X(Text, Label45, "")                                                        \
-  X(Text, Label46, "")                                                        \
-  X(Text, Label49, "")                                                        \
-  X(Text, Label50, "")                                                        \
-  X(Text, Label47, "")                                                        \
-  X(Text, Label48, "")                                                        \
-  X(Text, Label65, "")                                                        \
-  X(Text, Label58, "")                                                        \
-  X(Text, Label60, "")                                                        \
-  X(Text, Label62, "")                                                        \
-  X(Text, Label59, "")                                                        \
-  X(Text, Label61, "")                                                        \
   X(Text, Label40, "")                                                        \
   X(Text, Label43, "")                                                        \
   X(Text, Label44, "")                                                        \
@@ -202,7 +141,12 @@ using SQLHandles = std::array<int32_t, 14>;
   X(double, ScaleSent, 100)                                                   \
   TARNEX_COUNTER_FIELDS(X)                                                    \
   TARNEX_RULE_FIELDS(X)                                                       \
-  TARNEX_INVENTORY_FIELDS(X)
+  TARNEX_INVENTORY_FIELDS(X)                                                  \
+  TARNEX_BANDWIDTH_FIELDS(X)                                                  \
+  TARNEX_MONITORLINK_FIELDS(X)                                                \
+  TARNEX_BACKUP_FIELDS(X)                                                     \
+  TARNEX_MAIL_FIELDS(X)                                                       \
+  TARNEX_TRACKING_FIELDS(X)
 
 struct ServerModel {
 #define TARNEX_DECLARE_FIELD(type, name, init) type name = init;

@@ -7,11 +7,6 @@
 // file's stat() at every access; see Entry for the rules.
 #include "core/profile.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -229,111 +224,50 @@ void Parse(Parsed& p) {
   p.BuildIndexes(key_lines);
 }
 
-struct Identity {
-  dev_t dev = 0;
-  ino_t ino = 0;
-  off_t size = 0;
-  timespec mtim{};
-  timespec ctim{};
-
-  static Identity Of(const struct stat& st) {
-    Identity id;
-    id.dev = st.st_dev;
-    id.ino = st.st_ino;
-    id.size = st.st_size;
-    id.mtim = st.st_mtim;
-    id.ctim = st.st_ctim;
-    return id;
-  }
-  bool operator==(const Identity& o) const {
-    return dev == o.dev && ino == o.ino && size == o.size && mtim.tv_sec == o.mtim.tv_sec &&
-           mtim.tv_nsec == o.mtim.tv_nsec && ctim.tv_sec == o.ctim.tv_sec &&
-           ctim.tv_nsec == o.ctim.tv_nsec;
-  }
-};
-
-timespec Now() {
-  timespec t;
-  ::clock_gettime(CLOCK_REALTIME, &t);
-  return t;
-}
-
 // File times come from a clock that advances in ticks, so a change made in the
 // same tick as the one we last saw may leave size and times as they were. A
 // cached entry is trusted on its stat() alone only if its content was taken
 // comfortably after its change time; until then the content is compared at
 // each access. One-second times (nanoseconds all zero) get a wider margin.
-bool Unsettled(const Identity& id, const timespec& taken) {
-  const bool coarse = id.ctim.tv_nsec == 0 && id.mtim.tv_nsec == 0;
-  const long long margin_ns = coarse ? 2'000'000'000LL : 20'000'000LL;
-  const long long changed = id.ctim.tv_sec * 1'000'000'000LL + id.ctim.tv_nsec;
-  const long long seen = taken.tv_sec * 1'000'000'000LL + taken.tv_nsec;
-  return seen - changed < margin_ns;
+bool Unsettled(const FileInfo& id, int64_t taken_ns) {
+  const bool coarse = id.changed_ns % 1000000000 == 0 && id.modified_ns % 1000000000 == 0;
+  const int64_t margin_ns = coarse ? 2'000'000'000LL : 20'000'000LL;
+  return taken_ns - id.changed_ns < margin_ns;
 }
 
-// A cached file: its parsed content, the stat() it was parsed from, and
-// whether that stat() alone can vouch for the content yet (see Unsettled).
-struct Entry {
-  Parsed parsed;
-  Identity id;
-  mode_t mode = 0;
-  bool unsettled = true;
+// One write not yet on disk, kept so that it can be made again on the file as
+// another program left it.
+struct PendingWrite {
+  std::string section;
+  std::optional<std::string> key;
+  std::optional<std::string> value;
 };
 
-bool ReadAll(int fd, std::string* out, std::size_t hint) {
-  out->clear();
-  out->resize(hint + 1);
-  std::size_t got = 0;
-  for (;;) {
-    if (got == out->size()) out->resize(out->size() * 2 + 64);
-    const ssize_t n = ::read(fd, out->data() + got, out->size() - got);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    if (n == 0) break;
-    got += static_cast<std::size_t>(n);
-    if (got > kMaxFileSize) return false;
-    // The size fstat() gave has been read. Anything written since has changed
-    // the file's size or times, which the next access will notice.
-    if (got == hint && hint != 0) break;
-  }
-  out->resize(got);
-  return true;
-}
+// A cached file: its parsed content, what stat() said of the file it was
+// parsed from (nothing when there was no file), whether that stat() alone can
+// vouch for the content yet (see Unsettled), and the writes made since the
+// content was last on disk.
+struct Entry {
+  Parsed parsed;
+  std::optional<FileInfo> id;
+  bool unsettled = true;
+  std::vector<PendingWrite> pending;
 
-bool WriteAll(int fd, std::string_view data) {
-  while (!data.empty()) {
-    const ssize_t n = ::write(fd, data.data(), data.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    data.remove_prefix(static_cast<std::size_t>(n));
-  }
-  return true;
-}
+  bool dirty() const { return !pending.empty(); }
+};
 
 // Opens and reads the file. The identity comes from fstat() before the read
 // and the time from before the open, so any change after them is noticed.
-std::unique_ptr<Entry> Load(const std::string& path) {
-  const timespec taken = Now();
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return nullptr;
-  struct stat st;
+std::unique_ptr<Entry> Load(Files& files, const std::string& path) {
+  const int64_t taken = files.ClockNs();
   auto entry = std::make_unique<Entry>();
-  bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) &&
-            static_cast<std::size_t>(st.st_size) <= kMaxFileSize &&
-            ReadAll(fd, &entry->parsed.raw, static_cast<std::size_t>(st.st_size));
-  ::close(fd);
-  if (!ok) return nullptr;
-  entry->id = Identity::Of(st);
-  entry->mode = st.st_mode;
-  entry->unsettled = Unsettled(entry->id, taken);
+  FileInfo info;
+  if (!files.ReadFile(path, entry->parsed.raw, info, kMaxFileSize)) return nullptr;
+  entry->id = info;
+  entry->unsettled = Unsettled(info, taken);
   return entry;
 }
 
-// The length of the text left in a buffer of `buffer_size` characters.
 std::size_t Cut(std::size_t length, std::size_t buffer_size) {
   if (buffer_size == 0) return 0;
   return length < buffer_size - 1 ? length : buffer_size - 1;
@@ -369,6 +303,48 @@ std::string KeyLine(std::string_view name, std::string_view value) {
   line.append(value);
   line.append("\r\n");
   return line;
+}
+
+// Rewrites key line `index` as "Name=value" where it stands, keeping the
+// spelling of its name: the line's bytes are replaced and the lines after it
+// move by the difference. The line table, the sections and the indexes stay
+// valid (no line comes or goes, no name changes), so nothing is parsed again.
+// `value` holds no line end. False, and nothing changed, when the line
+// already reads so.
+bool ReplaceKeyLine(Parsed& p, std::uint32_t index, std::string_view value) {
+  Line& l = p.lines[index];
+  const std::string text = KeyLine(p.Name(l), value);
+  if (std::string_view(p.raw).substr(l.begin, l.next - l.begin) == text) return false;
+  const std::int64_t delta =
+      static_cast<std::int64_t>(text.size()) - static_cast<std::int64_t>(l.next - l.begin);
+  p.raw.replace(l.begin, l.next - l.begin, text);
+  const char* data = p.raw.data();
+  l.name_begin = l.begin;
+  l.next = l.begin + static_cast<std::uint32_t>(text.size());
+  l.end = l.next - 2;
+  std::string_view v = Trim(std::string_view(data + l.name_begin + l.name_len + 1,
+                                              l.end - (l.name_begin + l.name_len + 1)));
+  if (v.size() >= 2 && (v.front() == '"' || v.front() == '\'') && v.back() == v.front()) {
+    v = v.substr(1, v.size() - 2);
+  }
+  l.value_begin = static_cast<std::uint32_t>(v.data() - data);
+  l.value_len = static_cast<std::uint32_t>(v.size());
+  const auto move = [delta](std::uint32_t& at) {
+    at = static_cast<std::uint32_t>(static_cast<std::int64_t>(at) + delta);
+  };
+  for (std::size_t i = index + 1; i < p.lines.size(); ++i) {
+    Line& o = p.lines[i];
+    move(o.begin);
+    move(o.end);
+    move(o.next);
+    move(o.name_begin);
+    move(o.value_begin);
+  }
+  for (Section& sec : p.sections) {
+    const Line& header = p.lines[sec.header];
+    sec.name = std::string_view(data + header.name_begin, header.name_len);
+  }
+  return true;
 }
 
 // The edits for one write; an empty list means the file stays as it is.
@@ -434,29 +410,34 @@ std::vector<Splice> Edits(const Parsed& p, std::string_view section,
 }  // namespace
 
 struct ProfileStore::Impl {
+  explicit Impl(Files& f) : files(f) {}
+
+  Files& files;
   std::unordered_map<std::string, std::unique_ptr<Entry>> cache;
 
-  // The parsed content of the file as it is now, or nullptr when the file
-  // cannot be read. *missing tells whether it simply does not exist.
+  // The parsed content of the file as this process sees it now, or nullptr
+  // when the file cannot be read. *missing tells whether it simply does not
+  // exist. A file with writes not yet on disk is taken from the cache.
   Entry* Current(const std::string& path, bool* missing) {
     *missing = false;
-    struct stat st;
-    if (::stat(path.c_str(), &st) != 0) {
-      *missing = errno == ENOENT || errno == ENOTDIR;
-      cache.erase(path);
+    auto it = cache.find(path);
+    if (it != cache.end() && it->second->dirty()) return it->second.get();
+    FileInfo st;
+    if (!files.Stat(path, st)) {
+      *missing = true;
+      if (it != cache.end()) cache.erase(it);
       return nullptr;
     }
-    auto it = cache.find(path);
-    if (it != cache.end() && it->second->id == Identity::Of(st)) {
+    if (it != cache.end() && it->second->id && it->second->id->SameState(st)) {
       Entry& cached = *it->second;
       if (!cached.unsettled) return &cached;
       // Too close to the last change to trust the times: compare the bytes.
-      std::unique_ptr<Entry> fresh = Load(path);
+      std::unique_ptr<Entry> fresh = Load(files, path);
       if (!fresh) {
         cache.erase(it);
         return nullptr;
       }
-      if (fresh->id == cached.id && fresh->parsed.raw == cached.parsed.raw) {
+      if (fresh->id->SameState(*cached.id) && fresh->parsed.raw == cached.parsed.raw) {
         cached.unsettled = fresh->unsettled;
         return &cached;
       }
@@ -464,7 +445,7 @@ struct ProfileStore::Impl {
       it->second = std::move(fresh);
       return it->second.get();
     }
-    std::unique_ptr<Entry> fresh = Load(path);
+    std::unique_ptr<Entry> fresh = Load(files, path);
     if (!fresh) {
       if (it != cache.end()) cache.erase(it);
       return nullptr;
@@ -479,53 +460,64 @@ struct ProfileStore::Impl {
     return result;
   }
 
-  // Writes `content` to a temporary file beside `path` and puts it in place
-  // of `path`; then caches the new content under the new file's stat().
-  bool Replace(const std::string& path, std::string content, mode_t mode, bool keep_mode) {
-    const std::string temp = path + ".tmp" + std::to_string(::getpid());
-    const timespec taken = Now();
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) return false;
-    bool ok = WriteAll(fd, content);
-    if (ok && keep_mode) ok = ::fchmod(fd, mode & 07777) == 0;
-    struct stat written;
-    if (ok) ok = ::fstat(fd, &written) == 0;
-    if (::close(fd) != 0) ok = false;
-    if (ok) {
-      // Swapping the two names is as atomic as a rename and spares the file
-      // system the flush it starts when a file is renamed over another; the
-      // old content, now under the temporary name, is removed after.
-      if (::renameat2(AT_FDCWD, temp.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0) {
-        ::unlink(temp.c_str());
+  // Whether the folder a new file would go to exists.
+  bool FolderOfExists(const std::string& path) const {
+    const size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos) return true;
+    FileInfo st;
+    return files.Stat(slash == 0 ? "/" : path.substr(0, slash), st) && st.folder;
+  }
+
+  // Writes one changed file: the content goes to a temporary file beside it,
+  // which then takes its place. If another program changed the file since
+  // the content was read, the writes are made again on its new content.
+  bool Flush(const std::string& path, Entry& entry) {
+    FileInfo st;
+    const bool exists = files.Stat(path, st);
+    if (exists != entry.id.has_value() || (exists && !st.SameState(*entry.id))) {
+      std::unique_ptr<Entry> fresh;
+      if (exists) {
+        fresh = Load(files, path);
+        if (!fresh) return false;
       } else {
-        ok = ::rename(temp.c_str(), path.c_str()) == 0;
+        fresh = std::make_unique<Entry>();
       }
+      Parse(fresh->parsed);
+      bool changed = false;
+      for (const PendingWrite& w : entry.pending) {
+        const std::vector<Splice> edits = Edits(fresh->parsed, w.section, w.key, w.value);
+        if (edits.empty()) continue;
+        std::string content = Apply(fresh->parsed.raw, edits);
+        if (content.size() > kMaxFileSize) return false;
+        if (content == fresh->parsed.raw) continue;
+        fresh->parsed = Parsed{};
+        fresh->parsed.raw = std::move(content);
+        Parse(fresh->parsed);
+        changed = true;
+      }
+      entry = std::move(*fresh);
+      if (!changed) return true;  // the file already says what was written
     }
-    if (!ok) {
-      ::unlink(temp.c_str());
-      return false;
-    }
-    // The rename changes the file's change time, so the identity to cache is
-    // taken from the name; if the name already leads to another file (someone
-    // replaced it in between), nothing is cached and the next access reads it.
-    struct stat st;
-    if (::stat(path.c_str(), &st) != 0 || st.st_ino != written.st_ino ||
-        st.st_dev != written.st_dev) {
-      cache.erase(path);
+    const int64_t taken = files.ClockNs();
+    std::optional<uint32_t> mode;
+    if (entry.id) mode = entry.id->mode;
+    FileInfo written;
+    if (!files.Replace(path, entry.parsed.raw, mode, &written)) return false;
+    entry.pending.clear();
+    // The rename changes the file's change time, so the identity to keep is
+    // taken from the name; if the name already leads to another file
+    // (someone replaced it in between), the next access reads it.
+    if (!files.Stat(path, st) || !st.SameFile(written)) {
+      entry.id.reset();
       return true;
     }
-    auto entry = std::make_unique<Entry>();
-    entry->parsed.raw = std::move(content);
-    Parse(entry->parsed);
-    entry->id = Identity::Of(st);
-    entry->mode = st.st_mode;
-    entry->unsettled = Unsettled(entry->id, taken);
-    cache.insert_or_assign(path, std::move(entry));
+    entry.id = st;
+    entry.unsettled = Unsettled(st, taken);
     return true;
   }
 };
 
-ProfileStore::ProfileStore() : impl_(std::make_unique<Impl>()) {}
+ProfileStore::ProfileStore(Files& files) : impl_(std::make_unique<Impl>(files)) {}
 ProfileStore::~ProfileStore() = default;
 
 std::string ProfileStore::Read(const std::string& native_path, std::string_view section,
@@ -574,8 +566,24 @@ bool ProfileStore::Write(const std::string& native_path, std::string_view sectio
   section = Trim(section);
   if (key) key = Trim(*key);
   bool missing = false;
-  const Entry* entry = impl_->Current(native_path, &missing);
+  Entry* entry = impl_->Current(native_path, &missing);
   if (entry == nullptr && !missing) return false;  // there but unreadable: leave it alone
+
+  if (entry != nullptr && key && value &&
+      value->find_first_of("\r\n") == std::string_view::npos) {
+    // The common write, a new value for a key that is there: made in place.
+    Parsed& p = entry->parsed;
+    const std::uint32_t sec = p.FindSection(section);
+    const std::uint32_t line = sec == kNone ? kNone : p.FindKey(sec, *key);
+    if (line != kNone) {
+      if (p.raw.size() + p.lines[line].name_len + value->size() + 3 > kMaxFileSize) return false;
+      if (ReplaceKeyLine(p, line, *value)) {
+        entry->pending.push_back(
+            PendingWrite{std::string(section), std::string(*key), std::string(*value)});
+      }
+      return true;
+    }
+  }
 
   static const Parsed kEmpty{};
   const Parsed& p = entry != nullptr ? entry->parsed : kEmpty;
@@ -583,9 +591,49 @@ bool ProfileStore::Write(const std::string& native_path, std::string_view sectio
   if (edits.empty()) return true;  // nothing to remove
   std::string content = Apply(p.raw, edits);
   if (content.size() > kMaxFileSize) return false;
-  if (entry != nullptr && content == p.raw) return true;  // already on disk as it should be
-  const mode_t mode = entry != nullptr ? entry->mode : 0;
-  return impl_->Replace(native_path, std::move(content), mode, entry != nullptr);
+  if (entry != nullptr && content == p.raw) return true;  // already as it should be
+  if (entry == nullptr) {
+    // A new file: its folder must be there, as it must for the file to be made.
+    if (!impl_->FolderOfExists(native_path)) return false;
+    auto fresh = std::make_unique<Entry>();
+    entry = fresh.get();
+    impl_->cache.insert_or_assign(native_path, std::move(fresh));
+  }
+  entry->parsed = Parsed{};
+  entry->parsed.raw = std::move(content);
+  Parse(entry->parsed);
+  PendingWrite w;
+  w.section = std::string(section);
+  if (key) w.key = std::string(*key);
+  if (value) w.value = std::string(*value);
+  entry->pending.push_back(std::move(w));
+  return true;
+}
+
+bool ProfileStore::Flush() {
+  bool ok = true;
+  for (auto it = impl_->cache.begin(); it != impl_->cache.end();) {
+    if (!it->second->dirty()) {
+      ++it;
+      continue;
+    }
+    if (impl_->Flush(it->first, *it->second)) {
+      ++it;
+    } else {
+      // The changes are lost, as a write that cannot be done is; the next
+      // access reads the file as it is.
+      ok = false;
+      it = impl_->cache.erase(it);
+    }
+  }
+  return ok;
+}
+
+bool ProfileStore::Dirty() const {
+  for (const auto& [path, entry] : impl_->cache) {
+    if (entry->dirty()) return true;
+  }
+  return false;
 }
 
 }  // namespace tarnex

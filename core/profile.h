@@ -1,13 +1,16 @@
 // Private-profile files ("[section]" and "key=value" lines) with the behaviour
 // of the Windows profile API, ANSI flavour. Used for "\Bin\Tarnex.Tnx" and the
-// other profile-format files of the system.
+// other profile-format files of the system. All file access goes through the
+// platform's file layer.
 //
-// Contract:
-//  - a read sees what is in the file now, including what another program wrote;
-//  - every write reaches the disk before it returns, so the file is current
-//    whenever the event loop waits or yields;
-//  - a write replaces the file through a temporary file and a rename, so a crash
-//    at any moment leaves the old or the new file, never a torn one;
+// Contract (docs/settings-store.md):
+//  - a read sees what is in the file now, including what another program
+//    wrote, and what this process wrote, whether or not it is on disk yet;
+//  - a write changes the store at once and the file at the next Flush; the
+//    event loop flushes before it waits, yields or sleeps, and the program
+//    flushes at exit, so the file is current whenever other code can run;
+//  - a flush replaces each changed file once, through a temporary file and a
+//    rename, so a crash at any moment leaves the old or the new file;
 //  - parsed files are cached and the cache is checked against the file's
 //    identity, size and modification time at every access.
 #pragma once
@@ -19,11 +22,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/files.h"
+
 namespace tarnex {
 
 class ProfileStore {
  public:
-  ProfileStore();
+  explicit ProfileStore(Files& files);
   ~ProfileStore();
   ProfileStore(const ProfileStore&) = delete;
   ProfileStore& operator=(const ProfileStore&) = delete;
@@ -39,9 +44,17 @@ class ProfileStore {
                           std::size_t buffer_size = 255);
 
   // WritePrivateProfileString. A null key removes the section, a null value
-  // removes the key's line. Returns false when the file could not be written.
+  // removes the key's line. The file changes at the next Flush. Returns false
+  // when the file cannot be written: it exists and cannot be read, or it
+  // does not exist and neither does its folder.
   bool Write(const std::string& native_path, std::string_view section,
              std::optional<std::string_view> key, std::optional<std::string_view> value);
+
+  // Writes every file changed since the last flush, each once. A file that
+  // cannot be written loses the changes, as a failed write would; false then.
+  bool Flush();
+  // Whether a file has changes not yet on disk.
+  bool Dirty() const;
 
  private:
   struct Impl;

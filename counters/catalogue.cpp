@@ -224,4 +224,13 @@ void CounterCatalogue::ReadServerValues() {
   for (size_t i = 0; i < 33; ++i) m_.ServerValues[i] = Read(m_.hServer[i]);
 }
 
+void ReadServerCounters(Context& ctx) {
+  auto& m = ctx.model();
+  if (m.LogAllSeconds == 0 && m.ServerConsoleOpen == 0) {
+    m.ServerValues[12] = ctx.ReadCounter(m.hServer[12]);
+  } else {
+    CounterCatalogue(ctx).ReadServerValues();
+  }
+}
+
 }  // namespace tarnex

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "core/context.h"
 #include "core/model.h"
 #include "platform/platform.h"
 
@@ -14,6 +15,9 @@ class CounterCatalogue {
  public:
   CounterCatalogue(Platform& platform, ServerModel& model, std::function<void()> yield)
       : platform_(platform), m_(model), yield_(std::move(yield)) {}
+  // Over a context: each add lets pending events run.
+  explicit CounterCatalogue(Context& ctx)
+      : CounterCatalogue(ctx.platform(), ctx.model(), [&ctx] { ctx.Yield(); }) {}
 
   // The whole set-up in the order of start-up: adapter discovery, memory
   // (which opens the query anew), processor, the running programs, logical
@@ -44,6 +48,10 @@ class CounterCatalogue {
   ServerModel& m_;
   std::function<void()> yield_;
 };
+
+// The cycle's step 19: all server counters for a recording or the console,
+// else only the work item shortages.
+void ReadServerCounters(Context& ctx);
 
 // The thirty-three counters of the server object, in the order of
 // ServerValues (also the names of the console and the recordings).

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 #include "counters/query.h"
 
 namespace tarnex {

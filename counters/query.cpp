@@ -1,6 +1,6 @@
 #include "counters/query.h"
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 
 namespace tarnex {
 

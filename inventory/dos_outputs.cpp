@@ -2,22 +2,22 @@
 
 #include <memory>
 
-#include "core/app.h"
+#include "core/context.h"
 
 namespace tarnex {
 
 std::string DOSOutputs::ExecuteCommand(const std::string& command) {
   if (!command.empty()) command_line_ = command;
   if (command_line_.empty()) {
-    app_.ShowMessage("Command Line empty");
+    ctx_.ShowMessage("Command Line empty");
     return {};
   }
   std::unique_ptr<CommandPipe> pipe;
-  switch (app_.platform().StartCommand(command_line_, pipe)) {
+  switch (ctx_.platform().StartCommand(command_line_, pipe)) {
     case CommandStart::kNoPipe:
       return {};
     case CommandStart::kNotFound:
-      app_.ShowMessage("File or command not found");
+      ctx_.ShowMessage("File or command not found");
       return {};
     case CommandStart::kStarted:
       break;

@@ -7,13 +7,13 @@
 
 namespace tarnex {
 
-class App;
+class Context;
 
 class DOSOutputs {
  public:
   static constexpr size_t kBlock = 256;
 
-  explicit DOSOutputs(App& app) : app_(app) {}
+  explicit DOSOutputs(Context& ctx) : ctx_(ctx) {}
 
   const std::string& CommandLine() const { return command_line_; }
   void SetCommandLine(const std::string& command) { command_line_ = command; }
@@ -30,7 +30,7 @@ class DOSOutputs {
   std::string ExecuteCommand(const std::string& command = "");
 
  private:
-  App& app_;
+  Context& ctx_;
   std::string command_line_;
   std::string output_text_;
 };

@@ -1,11 +1,11 @@
 #include "inventory/processor_facts.h"
 
-#include "core/app.h"
-#include "core/legacy.h"
+#include "core/context.h"
+#include "base/legacy.h"
 #include "inventory/dos_outputs.h"
 #include "inventory/system_facts.h"
 #include "inventory/wmi_values.h"
-#include "mail/drive_text.h"
+#include "core/drive_text.h"
 
 namespace tarnex {
 
@@ -25,9 +25,9 @@ std::string FormatValue(const WmiValue& value, const char* pattern) {
   return n ? Format(*n, pattern) : std::string();
 }
 
-std::vector<WmiRow> Query(App& app, const char* query) {
+std::vector<WmiRow> Query(Context& ctx, const char* query) {
   std::vector<WmiRow> rows;
-  app.platform().QueryWmi(query, rows);
+  ctx.platform().QueryWmi(query, rows);
   return rows;
 }
 
@@ -50,9 +50,9 @@ bool CacheSize(const std::string& line, std::string& size) {
 
 }  // namespace
 
-void getmem(App& app) {
-  ServerModel& m = app.model();
-  const std::vector<WmiRow> rows = Query(app, "Select * from Win32_PhysicalMemory");
+void getmem(Context& ctx) {
+  ServerModel& m = ctx.model();
+  const std::vector<WmiRow> rows = Query(ctx, "Select * from Win32_PhysicalMemory");
   m.SlotCount = 0;
   m.SimmCount = 0;
   for (const WmiRow& row : rows) {
@@ -83,10 +83,10 @@ void getmem(App& app) {
     if (in_range) m.Slots[index] = text;
     ++m.SlotCount;
   }
-  app.INIWrite(App::kSettingsFile, "Memory", "Slots", Str(m.SlotCount));
-  app.INIWrite(App::kSettingsFile, "Memory", "Simms", Str(m.SimmCount));
+  ctx.INIWrite(Context::kSettingsFile, "Memory", "Slots", Str(m.SlotCount));
+  ctx.INIWrite(Context::kSettingsFile, "Memory", "Simms", Str(m.SimmCount));
   for (int32_t n = 1; n <= m.SlotCount && n <= static_cast<int32_t>(m.Slots.size()); ++n) {
-    app.INIWrite(App::kSettingsFile, "Memory", "Slot" + Str(n),
+    ctx.INIWrite(Context::kSettingsFile, "Memory", "Slot" + Str(n),
                  m.Slots[static_cast<size_t>(n - 1)]);
   }
 }
@@ -128,9 +128,9 @@ void TakeRamLines(ServerModel& m, const std::vector<std::string>& lines) {
   }
 }
 
-void GetCPU(App& app) {
-  ServerModel& m = app.model();
-  Platform& platform = app.platform();
+void GetCPU(Context& ctx) {
+  ServerModel& m = ctx.model();
+  Platform& platform = ctx.platform();
   std::string& t = m.CPUInfo;
 
   // 1.
@@ -147,7 +147,7 @@ void GetCPU(App& app) {
 
   // 5. The page files.
   t += "\r\nSwap File\r\n";
-  for (const WmiRow& row : Query(app, "Select * from Win32_PageFileUsage")) {
+  for (const WmiRow& row : Query(ctx, "Select * from Win32_PageFileUsage")) {
     t += "   Current Usage: " + FormatValue(row.Get("CurrentUsage"), "#,###") + " MB\r\n";
     t += "   Peak Usage: " + FormatValue(row.Get("PeakUsage"), "#,###") + " MB\r\n";
     t += "   Size: " + FormatValue(row.Get("AllocatedBaseSize"), "#,###") + " MB\r\n";
@@ -161,14 +161,14 @@ void GetCPU(App& app) {
   t += "Socket: " + m.ProcessorSocket + "\r\n";
 
   // 9, 10. The memory tool's caches and features.
-  DOSOutputs objDOSD(app);
+  DOSOutputs objDOSD(ctx);
   objDOSD.ReceiveOutputs = [&m](const std::string& text) { m.DOSBox += text; };
   objDOSD.ExecuteCommand(m.AppPath + "\\Bin\\ram.exe -i");
   TakeRamLines(m, OutputLines(m.DOSBox));
 
   // 11. The drives.
   t += "HARD DRIVES\r\n";
-  for (const WmiRow& row : Query(app, "Select * from Win32_LogicalDisk")) {
+  for (const WmiRow& row : Query(ctx, "Select * from Win32_LogicalDisk")) {
     const std::string caption = WmiText(row.Get("Caption"));
     t += "   " + caption + DriveText(platform, caption + "\\") + WmiText(row.Get("MediaType")) +
          "\r\n";
@@ -178,9 +178,9 @@ void GetCPU(App& app) {
   platform.Fs().WriteAll(m.AppPath + "\\Bin\\SystemData.txt", t);
 }
 
-void ReadCPUType(App& app) {
-  ServerModel& m = app.model();
-  const Platform::ProcessorInfo info = app.platform().SystemProcessor();
+void ReadCPUType(Context& ctx) {
+  ServerModel& m = ctx.model();
+  const Platform::ProcessorInfo info = ctx.platform().SystemProcessor();
   m.CPUType = info.type == 386 || info.type == 486 || info.type == 586
                   ? static_cast<int32_t>(info.type)
                   : 0;
@@ -207,19 +207,19 @@ void ReadCPUType(App& app) {
   m.CPUTypeText = "Type " + Str(m.CPUType) + "/" + level;
 }
 
-void ReadCPUMHz(App& app) {
+void ReadCPUMHz(Context& ctx) {
   // A value that cannot be read leaves the number at 0.
   uint32_t mhz = 0;
-  app.platform().ProcessorMHz(mhz);
-  app.model().CPUMHz = Str(mhz) + " MHZ";
+  ctx.platform().ProcessorMHz(mhz);
+  ctx.model().CPUMHz = Str(mhz) + " MHZ";
 }
 
-void ReadCPUWMI(App& app) {
-  ServerModel& m = app.model();
-  ReadCPUType(app);
-  ReadCPUMHz(app);
+void ReadCPUWMI(Context& ctx) {
+  ServerModel& m = ctx.model();
+  ReadCPUType(ctx);
+  ReadCPUMHz(ctx);
   // With several processors the last one's properties stay.
-  for (const WmiRow& row : Query(app, "Select * from Win32_Processor")) {
+  for (const WmiRow& row : Query(ctx, "Select * from Win32_Processor")) {
     TakeNumber(row.Get("L2CacheSize"), m.L2CacheSize);
     TakeNumber(row.Get("L2CacheSpeed"), m.L2CacheSpeed);
     TakeNumber(row.Get("LoadPercentage"), m.LoadPercentage);
@@ -230,13 +230,13 @@ void ReadCPUWMI(App& app) {
   }
 }
 
-void SwapInfo(App& app) {
-  ServerModel& m = app.model();
+void SwapInfo(Context& ctx) {
+  ServerModel& m = ctx.model();
   m.SwapCurrent = 0;
   m.SwapPeak = 0;
   m.SwapTotal = 0;
   // A property that is no number fails its sum, which keeps the figure.
-  for (const WmiRow& row : Query(app, "Select * from Win32_PageFileUsage")) {
+  for (const WmiRow& row : Query(ctx, "Select * from Win32_PageFileUsage")) {
     if (auto n = WmiNumber(row.Get("CurrentUsage"))) m.SwapCurrent += *n;
     if (auto n = WmiNumber(row.Get("PeakUsage"))) m.SwapPeak += *n;
     if (auto n = WmiNumber(row.Get("AllocatedBaseSize"))) m.SwapTotal += *n;

@@ -10,25 +10,25 @@
 
 namespace tarnex {
 
-class App;
+class Context;
 
 // The memory slots from Win32_PhysicalMemory, into Slots and section
 // "Memory" of the settings.
-void getmem(App& app);
+void getmem(Context& ctx);
 // The second half of the report, appended to CPUInfo and written, with the
 // first half, to \Bin\SystemData.txt.
-void GetCPU(App& app);
+void GetCPU(Context& ctx);
 // The memory tool's lines into the report: cache sizes, the level lines and
 // the lines from the first instruction cache on.
 void TakeRamLines(ServerModel& m, const std::vector<std::string>& lines);
 
 // The processor module: type, speed and the Win32_Processor properties.
-void ReadCPUWMI(App& app);
-void ReadCPUType(App& app);
-void ReadCPUMHz(App& app);
+void ReadCPUWMI(Context& ctx);
+void ReadCPUType(Context& ctx);
+void ReadCPUMHz(Context& ctx);
 
 // The page-file figures (megabytes, summed over the page files) and their
 // screen texts.
-void SwapInfo(App& app);
+void SwapInfo(Context& ctx);
 
 }  // namespace tarnex

@@ -1,7 +1,7 @@
 #include "inventory/system_facts.h"
 
-#include "core/app.h"
-#include "core/legacy.h"
+#include "core/context.h"
+#include "base/legacy.h"
 #include "inventory/dos_outputs.h"
 #include "inventory/processor_facts.h"
 #include "inventory/wmi_values.h"
@@ -75,12 +75,12 @@ std::string OSWordOf(const std::string& os_name) {
   return {};
 }
 
-void GetSYS(App& app) {
-  ServerModel& m = app.model();
-  Platform& platform = app.platform();
+void GetSYS(Context& ctx) {
+  ServerModel& m = ctx.model();
+  Platform& platform = ctx.platform();
 
   // 1. The command runner; its blocks go to DOSBox.
-  DOSOutputs objDOSD(app);
+  DOSOutputs objDOSD(ctx);
   objDOSD.ReceiveOutputs = [&m](const std::string& text) { m.DOSBox += text; };
 
   // 2.
@@ -96,7 +96,7 @@ void GetSYS(App& app) {
   objDOSD.ExecuteCommand(command);
   for (std::string& line : OutputLines(m.DOSBox)) {
     m.List1.push_back(std::move(line));
-    app.Yield();
+    ctx.Yield();
   }
 
   // 5, 6.
@@ -143,19 +143,19 @@ void GetSYS(App& app) {
 
   // 13. MemoryTotal is filled by no step, so these keys keep what they hold.
   if (!m.MemoryTotal.empty()) {
-    app.INIWrite(App::kSettingsFile, "Processor", "Name", m.ProcessorName);
-    app.INIWrite(App::kSettingsFile, "Processor", "Speed", m.ProcessorSpeed);
-    app.INIWrite(App::kSettingsFile, "Processor", "Sock", m.ProcessorSocket);
-    app.INIWrite(App::kSettingsFile, "Processor", "Number", m.ProcessorNumber);
-    app.INIWrite(App::kSettingsFile, "Processor", "Cores",
+    ctx.INIWrite(Context::kSettingsFile, "Processor", "Name", m.ProcessorName);
+    ctx.INIWrite(Context::kSettingsFile, "Processor", "Speed", m.ProcessorSpeed);
+    ctx.INIWrite(Context::kSettingsFile, "Processor", "Sock", m.ProcessorSocket);
+    ctx.INIWrite(Context::kSettingsFile, "Processor", "Number", m.ProcessorNumber);
+    ctx.INIWrite(Context::kSettingsFile, "Processor", "Cores",
                  platform.Environment("NUMBER_OF_PROCESSORS"));
-    app.INIWrite(App::kSettingsFile, "Memory", "Total", m.MemoryTotal);
-    app.INIWrite(App::kSettingsFile, "Memory", "Free", m.PhysicalFreeText);
+    ctx.INIWrite(Context::kSettingsFile, "Memory", "Total", m.MemoryTotal);
+    ctx.INIWrite(Context::kSettingsFile, "Memory", "Free", m.PhysicalFreeText);
   }
 
   // 14.
-  getmem(app);
-  GetCPU(app);
+  getmem(ctx);
+  GetCPU(ctx);
 }
 
 }  // namespace tarnex

@@ -11,10 +11,10 @@
 
 namespace tarnex {
 
-class App;
+class Context;
 
 // The whole of the system facts; ends with getmem and GetCPU.
-void GetSYS(App& app);
+void GetSYS(Context& ctx);
 
 // The lines of a command's output: split at CR LF, the lines that are blank
 // once trimmed left out, the others kept as they are.

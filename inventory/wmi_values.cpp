@@ -3,7 +3,7 @@
 #include <cctype>
 #include <cstdlib>
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 
 namespace tarnex {
 

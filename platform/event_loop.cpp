@@ -1,84 +1,13 @@
 #include "platform/event_loop.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
-#include <cmath>
-#include <ctime>
 
 namespace tarnex {
 
 namespace {
-
 constexpr int64_t kNoDeadline = INT64_MAX;
-
-int64_t ClockMs(clockid_t id) {
-  timespec ts{};
-  clock_gettime(id, &ts);
-  return static_cast<int64_t>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
-}
-
-int PollFor(std::vector<pollfd>& fds, int timeout_ms) {
-  const int n = poll(fds.data(), fds.size(), timeout_ms);
-  return n < 0 ? 0 : n;  // EINTR: a signal arrived, the loop looks again
-}
-
 }  // namespace
-
-int64_t RealTimeSource::MonotonicMs() const {
-  return ClockMs(CLOCK_MONOTONIC);
-}
-
-CivilTime RealTimeSource::Now() const {
-  timespec ts{};
-  clock_gettime(CLOCK_REALTIME, &ts);
-  tm local{};
-  localtime_r(&ts.tv_sec, &local);
-  CivilTime t;
-  t.year = local.tm_year + 1900;
-  t.month = local.tm_mon + 1;
-  t.day = local.tm_mday;
-  t.hour = local.tm_hour;
-  t.minute = local.tm_min;
-  t.second = local.tm_sec > 59 ? 59 : local.tm_sec;
-  t.millis = static_cast<int>(ts.tv_nsec / 1000000);
-  return t;
-}
-
-int RealTimeSource::Poll(std::vector<pollfd>& fds, int64_t deadline_ms) {
-  int timeout = -1;
-  if (deadline_ms != kNoDeadline) {
-    const int64_t left = deadline_ms - MonotonicMs();
-    timeout = left <= 0 ? 0 : static_cast<int>(left > INT_MAX ? INT_MAX : left);
-  }
-  return PollFor(fds, timeout);
-}
-
-VirtualTimeSource::VirtualTimeSource(const CivilTime& start, double speed)
-    : start_epoch_ms_(ToEpochMillis(start)), speed_(speed) {}
-
-int VirtualTimeSource::Poll(std::vector<pollfd>& fds, int64_t deadline_ms) {
-  if (deadline_ms <= now_ms_) return PollFor(fds, 0);
-  if (speed_ <= 0) {
-    // As fast as possible: whatever is ready now runs, else time jumps.
-    const int n = PollFor(fds, deadline_ms == kNoDeadline ? 50 : 0);
-    if (n == 0 && deadline_ms != kNoDeadline) now_ms_ = deadline_ms;
-    return n;
-  }
-  const int64_t real_start = ClockMs(CLOCK_MONOTONIC);
-  int timeout = 50;
-  if (deadline_ms != kNoDeadline) {
-    const double real_left = std::ceil(static_cast<double>(deadline_ms - now_ms_) / speed_);
-    timeout = real_left > 60000 ? 60000 : static_cast<int>(real_left);
-  }
-  const int n = PollFor(fds, timeout);
-  const int64_t real_spent = ClockMs(CLOCK_MONOTONIC) - real_start;
-  int64_t next = now_ms_ + static_cast<int64_t>(static_cast<double>(real_spent) * speed_);
-  if (n == 0 && deadline_ms != kNoDeadline && timeout < 60000) next = deadline_ms;
-  if (deadline_ms != kNoDeadline && next > deadline_ms) next = deadline_ms;
-  if (next > now_ms_) now_ms_ = next;
-  return n;
-}
 
 EventLoop::EventLoop(TimeSource& time) : time_(time) {}
 EventLoop::~EventLoop() = default;
@@ -88,6 +17,19 @@ int EventLoop::AddTimer(Handler handler) {
   rec->handler = std::move(handler);
   timers_[next_id_] = rec;
   return next_id_++;
+}
+
+void EventLoop::RemoveTimer(int id) {
+  timers_.erase(id);
+}
+
+int EventLoop::AddBeforeSleep(Handler hook) {
+  before_sleep_[next_id_] = std::move(hook);
+  return next_id_++;
+}
+
+void EventLoop::RemoveBeforeSleep(int id) {
+  before_sleep_.erase(id);
 }
 
 bool EventLoop::SetTimerInterval(int id, int64_t ms) {
@@ -145,6 +87,7 @@ int64_t EventLoop::NextTimerDue() const {
 }
 
 void EventLoop::Turn(int64_t deadline) {
+  for (const auto& [id, hook] : before_sleep_) hook();
   std::vector<pollfd> fds;
   std::vector<std::shared_ptr<WatchRec>> polled;
   for (const auto& [id, w] : watches_) {

@@ -1,5 +1,5 @@
 // The one event loop of the process: clock, timers, socket watches, DoEvents
-// and Wait. Everything runs on one thread; handlers may nest, since a timer can
+// and Wait, and the hooks that run before it waits. Everything runs on one thread; handlers may nest, since a timer can
 // fire inside another handler's Wait (itself included).
 //
 // Nesting bound: a timer whose handler is already running kMaxTimerNesting
@@ -16,7 +16,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/civil_time.h"
+#include "base/civil_time.h"
 
 namespace tarnex {
 
@@ -32,32 +32,6 @@ class TimeSource {
   // Waits until a descriptor is ready or the monotonic clock reaches
   // `deadline_ms` (INT64_MAX: no deadline). Returns what poll(2) returns.
   virtual int Poll(std::vector<pollfd>& fds, int64_t deadline_ms) = 0;
-};
-
-// The host's clocks: CLOCK_MONOTONIC, CLOCK_REALTIME in local time, poll(2).
-class RealTimeSource : public TimeSource {
- public:
-  int64_t MonotonicMs() const override;
-  CivilTime Now() const override;
-  int Poll(std::vector<pollfd>& fds, int64_t deadline_ms) override;
-};
-
-// A virtual clock starting at a given local time. With speed 0 ("max") time
-// moves only when nothing is ready, straight to the next deadline; with a
-// speed of N it is paced to N virtual seconds per real second, so that real
-// sockets can take part.
-class VirtualTimeSource : public TimeSource {
- public:
-  VirtualTimeSource(const CivilTime& start, double speed);
-  int64_t MonotonicMs() const override { return now_ms_; }
-  CivilTime Now() const override { return FromEpochMillis(start_epoch_ms_ + now_ms_); }
-  int Poll(std::vector<pollfd>& fds, int64_t deadline_ms) override;
-  void Advance(int64_t ms) { now_ms_ += ms; }
-
- private:
-  int64_t start_epoch_ms_;
-  int64_t now_ms_ = 0;
-  double speed_;
 };
 
 class EventLoop {
@@ -82,6 +56,8 @@ class EventLoop {
   // due at the same moment fire in the order they were enabled; a new
   // interval moves the due time but not that order.
   int AddTimer(Handler handler);
+  // Removes a timer; a handler of it that is running finishes.
+  void RemoveTimer(int id);
   // Setting the interval re-arms an enabled timer from now. An interval
   // outside 0..65535 is refused and the previous one stays.
   bool SetTimerInterval(int id, int64_t ms);
@@ -93,6 +69,11 @@ class EventLoop {
   int WatchFd(int fd, short events, FdHandler handler);
   void SetWatchEvents(int id, short events);
   void Unwatch(int id);
+
+  // Adds a hook that runs at the start of every turn of the loop, before it
+  // looks for what is ready: before each wait, each yield, each sleep.
+  int AddBeforeSleep(Handler hook);
+  void RemoveBeforeSleep(int id);
 
   // Runs once what is ready now (descriptors, due timers) and returns.
   void DoEvents();
@@ -126,6 +107,7 @@ class EventLoop {
   int64_t NextTimerDue() const;
 
   TimeSource& time_;
+  std::map<int, Handler> before_sleep_;
   std::map<int, std::shared_ptr<TimerRec>> timers_;
   std::map<int, std::shared_ptr<WatchRec>> watches_;
   int next_id_ = 1;

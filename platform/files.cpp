@@ -1,104 +1,94 @@
 #include "platform/files.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cctype>
-#include <cstdio>
-#include <ctime>
-
-#include "platform/native/native_path.h"
-
 namespace tarnex {
-
-namespace {
-
-bool WriteFully(int fd, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t n = ::write(fd, text.data(), text.size());
-    if (n <= 0) return false;
-    text.remove_prefix(static_cast<size_t>(n));
-  }
-  return true;
-}
-
-std::string FolderKey(std::string_view name) {
-  std::string key(name);
-  for (char& c : key)
-    c = c == '/' ? '\\' : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  while (key.size() > 1 && key.back() == '\\') key.pop_back();
-  return key;
-}
-
-}  // namespace
-
-std::string Files::Native(std::string_view name) const {
-  if (name.empty() || (name[0] != '/' && name[0] != '\\')) return {};
-  return NativePath(name);
-}
 
 bool Files::FolderExists(std::string_view name) const {
   const std::string path = Native(name);
-  struct stat st {};
-  return !path.empty() && ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+  FileInfo info;
+  return !path.empty() && Stat(path, info) && info.folder;
 }
 
 bool Files::MakeFolder(std::string_view name) {
   const std::string path = Native(name);
-  return !path.empty() && ::mkdir(path.c_str(), 0755) == 0;
+  return !path.empty() && MakeDir(path);
 }
 
 bool Files::Append(std::string_view name, std::string_view text, bool create) {
   const std::string path = Native(name);
   if (path.empty()) return false;
-  const int fd =
-      ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | (create ? O_CREAT : 0), 0644);
-  if (fd < 0) return false;
-  const bool ok = WriteFully(fd, text);
-  ::close(fd);
-  return ok;
+  const int file = Open(path, create ? OpenFor::kAppend : OpenFor::kAppendExisting);
+  if (file < 0) return false;
+  const bool ok = Write(file, text);
+  return Close(file) && ok;
 }
 
 bool Files::WriteAll(std::string_view name, std::string_view text) {
   const std::string path = Native(name);
-  if (path.empty()) return false;
-  const std::string temp = path + ".tmp" + std::to_string(::getpid());
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) return false;
-  const bool ok = WriteFully(fd, text);
-  ::close(fd);
-  if (!ok || std::rename(temp.c_str(), path.c_str()) != 0) {
-    ::unlink(temp.c_str());
-    return false;
-  }
-  return true;
+  return !path.empty() && Replace(path, text);
+}
+
+bool Files::ReadAll(std::string_view name, std::string& text) {
+  const std::string path = Native(name);
+  FileInfo info;
+  return !path.empty() && ReadFile(path, text, info);
 }
 
 std::optional<CivilTime> Files::Modified(std::string_view name) const {
   const std::string path = Native(name);
-  struct stat st {};
-  if (path.empty() || ::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
-  struct tm local {};
-  const time_t seconds = st.st_mtim.tv_sec;
-  if (::localtime_r(&seconds, &local) == nullptr) return std::nullopt;
-  CivilTime t;
-  t.year = local.tm_year + 1900;
-  t.month = local.tm_mon + 1;
-  t.day = local.tm_mday;
-  t.hour = local.tm_hour;
-  t.minute = local.tm_min;
-  t.second = local.tm_sec;
-  return t;
+  FileInfo info;
+  if (path.empty() || !Stat(path, info) || !info.regular) return std::nullopt;
+  const int64_t ns = info.modified_ns;
+  return LocalTime(ns >= 0 ? ns / 1000000000 : -((-ns + 999999999) / 1000000000));
 }
 
-void SimFiles::DeclareFolder(std::string_view name) {
-  folders_.insert(FolderKey(name));
+bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& info,
+                     size_t limit) {
+  content.clear();
+  const int file = Open(path, OpenFor::kRead);
+  if (file < 0) return false;
+  bool ok = Info(file, info) && info.regular && static_cast<uint64_t>(info.size) <= limit;
+  if (ok) {
+    // The size stat(2) gave is read, and whatever has grown since, up to the
+    // limit; a later change shows in the file's size or times.
+    const size_t size = static_cast<size_t>(info.size);
+    content.resize(size + 1);
+    size_t got = 0;
+    for (;;) {
+      if (got == content.size()) content.resize(content.size() * 2 + 64);
+      const int64_t n = Read(file, content.data() + got, content.size() - got);
+      if (n <= 0) {
+        ok = n == 0;
+        break;
+      }
+      got += static_cast<size_t>(n);
+      if (got > limit) ok = false;
+      if (!ok || (got == size && size != 0)) break;
+    }
+    content.resize(ok ? got : 0);
+  }
+  Close(file);
+  return ok;
 }
 
-bool SimFiles::FolderExists(std::string_view name) const {
-  return folders_.count(FolderKey(name)) != 0 || Files::FolderExists(name);
+bool Files::Replace(const std::string& path, std::string_view content,
+                    std::optional<uint32_t> mode, FileInfo* written) {
+  const std::string temp = TempPath(path);
+  // A temporary file left by an earlier process with this number goes first.
+  Remove(temp);
+  const int file = Open(temp, OpenFor::kWriteNew);
+  if (file < 0) return false;
+  bool ok = Write(file, content);
+  if (ok && mode) ok = SetMode(file, *mode);
+  FileInfo info;
+  if (ok) ok = Info(file, info);
+  if (!Close(file)) ok = false;
+  if (ok) ok = Rename(temp, path);
+  if (!ok) {
+    Remove(temp);
+    return false;
+  }
+  if (written != nullptr) *written = info;
+  return true;
 }
 
 }  // namespace tarnex

@@ -1,45 +1,102 @@
-// Files and folders by the program's own names (AppPath & "\Logs\..."). Both
-// providers keep their files on this host's file system; a name that does not
-// lead to an absolute path here (a drive-letter name from a scenario) names
-// nothing, unless the scenario declares the folder.
+// Files and folders. The logic names files the way the program always has
+// (AppPath & "\Logs\..."); Native() maps such a name to a path on this host.
+// A provider implements the primitive operations on host paths, each close to
+// one system call; the helpers below compose them, so a wrapper that makes one
+// primitive fail (a fault test) exercises what the helpers do about it.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
-#include "core/civil_time.h"
+#include "base/civil_time.h"
 
 namespace tarnex {
+
+// What stat(2) tells of a file, in the terms the logic uses.
+struct FileInfo {
+  bool regular = false;
+  bool folder = false;
+  uint64_t device = 0;
+  uint64_t inode = 0;
+  int64_t size = 0;
+  int64_t modified_ns = 0;  // since 1970, on the file system's clock
+  int64_t changed_ns = 0;
+  uint32_t mode = 0;  // permission bits
+
+  bool SameFile(const FileInfo& o) const { return device == o.device && inode == o.inode; }
+  // The same file, unchanged as far as its size and times can tell.
+  bool SameState(const FileInfo& o) const {
+    return SameFile(o) && size == o.size && modified_ns == o.modified_ns &&
+           changed_ns == o.changed_ns;
+  }
+};
+
+enum class OpenFor {
+  kRead,            // an existing file, to read
+  kAppend,          // to append, created when missing
+  kAppendExisting,  // to append, only when it exists
+  kWriteNew,        // a new file that must not exist yet (a temporary file)
+};
 
 class Files {
  public:
   virtual ~Files() = default;
 
-  // The host path of a name, or "" when the name leads nowhere on this host.
-  std::string Native(std::string_view name) const;
+  // The host path of a program name, or "" when the name leads nowhere on
+  // this host (a drive-letter name of a simulated machine).
+  virtual std::string Native(std::string_view name) const = 0;
 
+  // Primitives, on host paths. A file handle is a small non-negative number;
+  // -1 means the file could not be opened.
+  virtual bool Stat(const std::string& path, FileInfo& info) const = 0;
+  virtual int Open(const std::string& path, OpenFor how) = 0;
+  virtual bool Info(int file, FileInfo& info) = 0;
+  // Bytes read (0 at the end), or -1 on failure.
+  virtual int64_t Read(int file, char* buffer, size_t size) = 0;
+  // Writes all of `data`; false when any of it could not be written.
+  virtual bool Write(int file, std::string_view data) = 0;
+  virtual bool SetMode(int file, uint32_t mode) = 0;
+  virtual bool Close(int file) = 0;
+  // Puts `from` in the place of `to` in one step: a reader sees the old file
+  // or the new one, never neither.
+  virtual bool Rename(const std::string& from, const std::string& to) = 0;
+  virtual bool Remove(const std::string& path) = 0;
+  virtual bool MakeDir(const std::string& path) = 0;
+  // The name of this process's temporary file for `path`, in the same folder.
+  virtual std::string TempPath(const std::string& path) const = 0;
+  // The clock file times are taken from, in nanoseconds since 1970.
+  virtual int64_t ClockNs() const = 0;
+  // Seconds since 1970 as local time.
+  virtual std::optional<CivilTime> LocalTime(int64_t epoch_seconds) const = 0;
+
+  // Helpers by program name.
   virtual bool FolderExists(std::string_view name) const;
   // Makes one folder; fails when it exists already or its parent does not.
   bool MakeFolder(std::string_view name);
   // Appends to a file, creating it when `create` is set.
   bool Append(std::string_view name, std::string_view text, bool create = true);
-  // Replaces a file's content (through a temporary file and a rename).
+  // Replaces a file's content atomically (see Replace).
   bool WriteAll(std::string_view name, std::string_view text);
+  // The whole content of a file; false when it cannot be read.
+  bool ReadAll(std::string_view name, std::string& text);
   // When a file was last modified, in local time; nothing when it does not exist.
   std::optional<CivilTime> Modified(std::string_view name) const;
-};
 
-// Files of a simulated machine: the host's files, plus folders that the
-// scenario says exist on the simulated machine (drive-letter names).
-class SimFiles : public Files {
- public:
-  void DeclareFolder(std::string_view name);
-  bool FolderExists(std::string_view name) const override;
-
- private:
-  std::set<std::string> folders_;  // upper-cased, backslashes
+  // Helpers by host path.
+  // The content of a file with what stat(2) said of it when it was opened.
+  // `limit` bounds the size read; a larger file fails.
+  bool ReadFile(const std::string& path, std::string& content, FileInfo& info,
+                size_t limit = SIZE_MAX);
+  // The atomic replacement: the whole content goes to a temporary file beside
+  // `path`, which then takes the place of `path`. A failure at any step
+  // leaves the old file as it was and no temporary file. `mode`, when given,
+  // becomes the new file's permission bits; `written` receives what stat(2)
+  // says of the new file.
+  bool Replace(const std::string& path, std::string_view content,
+               std::optional<uint32_t> mode = std::nullopt, FileInfo* written = nullptr);
 };
 
 }  // namespace tarnex

@@ -11,7 +11,9 @@
 #include "platform/command.h"
 #include "platform/event_loop.h"
 #include "platform/files.h"
+#include "platform/network.h"
 #include "platform/perf.h"
+#include "platform/winsock.h"
 #include "platform/wmi.h"
 
 namespace tarnex {
@@ -23,6 +25,10 @@ class Platform {
   virtual EventLoop& Loop() = 0;
   virtual PerfCounters& Counters() = 0;
   virtual Files& Fs() = 0;
+  virtual Network& Net() = 0;
+
+  // A socket control of this machine, closed.
+  std::unique_ptr<Winsock> NewSocket() { return std::make_unique<Winsock>(Loop(), Net()); }
 
   // The value of an environment variable of the original platform
   // (WinDIR, COMPUTERNAME, NUMBER_OF_PROCESSORS). Names match without regard

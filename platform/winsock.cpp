@@ -1,13 +1,5 @@
 #include "platform/winsock.h"
 
-#include <arpa/inet.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <set>
 
 namespace tarnex {
@@ -26,20 +18,9 @@ bool ValidPort(int port) {
   return port >= 0 && port <= 65535;
 }
 
-std::string PeerAddress(int fd, int& port) {
-  sockaddr_in addr{};
-  socklen_t len = sizeof addr;
-  port = 0;
-  if (getpeername(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) return {};
-  char text[INET_ADDRSTRLEN] = {};
-  inet_ntop(AF_INET, &addr.sin_addr, text, sizeof text);
-  port = ntohs(addr.sin_port);
-  return text;
-}
-
 }  // namespace
 
-Winsock::Winsock(EventLoop& loop) : loop_(loop) {}
+Winsock::Winsock(EventLoop& loop, Network& net) : loop_(loop), net_(net) {}
 
 Winsock::~Winsock() {
   Release();
@@ -48,7 +29,7 @@ Winsock::~Winsock() {
 void Winsock::Release() {
   if (watch_ != 0) loop_.Unwatch(watch_);
   watch_ = 0;
-  if (fd_ >= 0) ::close(fd_);
+  if (fd_ >= 0) net_.Close(fd_);
   fd_ = -1;
   outgoing_.clear();
 }
@@ -62,21 +43,10 @@ void Winsock::Close() {
 
 int Winsock::Listen() {
   if (state_ != kClosed || !ValidPort(local_port_)) return last_error_ = kErrInvalidArgument;
-  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  int bound = 0;
+  const int fd = net_.Listen(local_port_, bound);
   if (fd < 0) return last_error_ = kErrAddressInUse;
-  const int on = 1;
-  setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  sockaddr_in addr{};
-  addr.sin_family = AF_INET;
-  addr.sin_addr.s_addr = htonl(INADDR_ANY);
-  addr.sin_port = htons(static_cast<uint16_t>(local_port_));
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 5) != 0) {
-    ::close(fd);
-    return last_error_ = kErrAddressInUse;
-  }
-  socklen_t len = sizeof addr;
-  getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-  bound_port_ = ntohs(addr.sin_port);
+  bound_port_ = bound;
   Adopt(fd, kListening);
   return 0;
 }
@@ -87,37 +57,23 @@ int Winsock::Accept(intptr_t request_id) {
   // number may by now name a descriptor owned by someone else.
   if (WaitingRequests().erase(request_id) == 0) return last_error_ = kErrInvalidArgument;
   Adopt(static_cast<int>(request_id), kConnected);
-  remote_ip_ = PeerAddress(fd_, remote_port_);
+  remote_ip_ = net_.PeerAddress(fd_, remote_port_);
   return 0;
 }
 
 int Winsock::Connect(const std::string& host, int port) {
   if (state_ != kClosed || !ValidPort(port)) return last_error_ = kErrInvalidArgument;
   state_ = kResolvingHost;
-  addrinfo hints{};
-  hints.ai_family = AF_INET;
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  if (getaddrinfo(host.c_str(), nullptr, &hints, &found) != 0 || found == nullptr) {
+  std::string address;
+  if (!net_.Resolve(host, address)) {
     Fail(kErrHostNotFound, "Host not found");
     return 0;
   }
-  sockaddr_in addr = *reinterpret_cast<sockaddr_in*>(found->ai_addr);
-  freeaddrinfo(found);
   state_ = kHostResolved;
-  addr.sin_port = htons(static_cast<uint16_t>(port));
   remote_port_ = port;
-  char text[INET_ADDRSTRLEN] = {};
-  inet_ntop(AF_INET, &addr.sin_addr, text, sizeof text);
-  remote_ip_ = text;
-  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  remote_ip_ = address;
+  const int fd = net_.Connect(address, port);
   if (fd < 0) {
-    Fail(kErrConnectionRefused, "Connection is forcefully rejected");
-    return 0;
-  }
-  const int rc = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
-  if (rc != 0 && errno != EINPROGRESS) {
-    ::close(fd);
     Fail(kErrConnectionRefused, "Connection is forcefully rejected");
     return 0;
   }
@@ -129,7 +85,7 @@ int Winsock::SendData(std::string_view bytes) {
   if (state_ != kConnected) return last_error_ = kErrWrongState;
   outgoing_.append(bytes);
   while (!outgoing_.empty()) {
-    const ssize_t n = ::send(fd_, outgoing_.data(), outgoing_.size(), MSG_NOSIGNAL);
+    const int64_t n = net_.Send(fd_, outgoing_.data(), outgoing_.size());
     if (n <= 0) break;
     outgoing_.erase(0, static_cast<size_t>(n));
   }
@@ -168,18 +124,15 @@ void Winsock::Fail(int number, const std::string& description) {
 
 void Winsock::OnReady(short revents) {
   if (state_ == kListening) {
-    const int fd = ::accept4(fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    const int fd = net_.Accept(fd_);
     if (fd < 0) return;
     WaitingRequests().insert(fd);
     if (OnConnectionRequest) OnConnectionRequest(fd);
-    if (WaitingRequests().erase(fd) != 0) ::close(fd);
+    if (WaitingRequests().erase(fd) != 0) net_.Close(fd);
     return;
   }
   if (state_ == kConnecting) {
-    int err = 0;
-    socklen_t len = sizeof err;
-    getsockopt(fd_, SOL_SOCKET, SO_ERROR, &err, &len);
-    if (err != 0) {
+    if (!net_.ConnectSucceeded(fd_)) {
       Fail(kErrConnectionRefused, "Connection is forcefully rejected");
       return;
     }
@@ -195,13 +148,12 @@ void Winsock::OnReady(short revents) {
   const size_t before = received_.size();
   bool closed = false;
   for (;;) {
-    const ssize_t n = ::recv(fd_, buffer, sizeof buffer, 0);
+    const int64_t n = net_.Receive(fd_, buffer, sizeof buffer);
     if (n > 0) {
       received_.append(buffer, static_cast<size_t>(n));
       continue;
     }
-    if (n == 0) closed = true;
-    if (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) closed = true;
+    if (n == 0 || n == Network::kFailed) closed = true;
     break;
   }
   const bool got_data = received_.size() > before;

@@ -1,6 +1,7 @@
 // A TCP socket with the states and events of the socket control the program
 // was designed around: one object per slot, re-armed by Close and Listen, a
 // connection request handed to the handler as an identifier that Accept takes.
+// The sockets themselves come from the platform's Network.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +10,7 @@
 #include <string_view>
 
 #include "platform/event_loop.h"
+#include "platform/network.h"
 
 namespace tarnex {
 
@@ -32,7 +34,7 @@ class Winsock {
   static constexpr int kErrWrongState = 40006;
   static constexpr int kErrInvalidArgument = 40020;
 
-  explicit Winsock(EventLoop& loop);
+  Winsock(EventLoop& loop, Network& net);
   ~Winsock();
   Winsock(const Winsock&) = delete;
   Winsock& operator=(const Winsock&) = delete;
@@ -75,6 +77,7 @@ class Winsock {
   void Release();
 
   EventLoop& loop_;
+  Network& net_;
   State state_ = kClosed;
   int fd_ = -1;
   int watch_ = 0;

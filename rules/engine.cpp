@@ -5,7 +5,8 @@
 #include <limits>
 #include <string>
 
-#include "core/legacy.h"
+#include "base/legacy.h"
+#include "core/journal.h"
 
 namespace tarnex {
 
@@ -24,6 +25,45 @@ void RefreshRuleSwitches(ServerModel& m) {
   m.BNPrograms = m.BNMonitor[11];
 }
 
+namespace {
+// The keys of BNMonitor(0..11) in section Monitor.
+const char* const kSwitchKeys[12] = {"CPU",        "MEM",        "HD",          "NET",
+                                     "SQL",        "ISA FW",     "Web Service", "Web Proxy",
+                                     "ISA Server", "Server Gen", "Once",        "UPrograms"};
+}  // namespace
+
+void LoadRuleSwitches(Context& ctx) {
+  auto& m = ctx.model();
+  for (size_t i = 0; i < 12; ++i) {
+    ReadFlag(ctx.INIRead(Context::kSettingsFile, "Monitor", kSwitchKeys[i]), m.BNMonitor[i]);
+  }
+  RefreshRuleSwitches(m);
+  if (m.Once == 1) {
+    for (int key = 1; key <= 100; ++key) {
+      ctx.INIWrite(Context::kSettingsFile, "Bottleneck", std::to_string(key), "1");
+    }
+  }
+}
+
+void SaveRuleSwitches(Context& ctx) {
+  auto& m = ctx.model();
+  for (size_t i = 0; i < 12; ++i) {
+    ctx.INIWrite(Context::kSettingsFile, "Monitor", kSwitchKeys[i], std::to_string(m.BNMonitor[i]));
+  }
+  RefreshRuleSwitches(m);
+}
+
+void JournalFindings(Context& ctx) {
+  auto& m = ctx.model();
+  // One entry between two lines of asterisks, without its last line end. A
+  // text too short to cut is journalled as it stands.
+  if (m.BNText.empty()) return;
+  if (m.BNText.size() >= 2) m.BNText.erase(m.BNText.size() - 2);
+  ctx.MyEvents(kAsterisks);
+  ctx.MyEvents(m.BNText);
+  ctx.MyEvents(kAsterisks);
+}
+
 void Label16Click(ServerModel& m) {
   m.BNTestFlag = 1;
 }
@@ -33,11 +73,11 @@ void AddText(ServerModel& m, const std::string& text) {
   m.BNText += "\r\n";
 }
 
-bool ReportStep(App& app, int key) {
+bool ReportStep(Context& ctx, int key) {
   const std::string name = std::to_string(key);
-  const std::string stored = app.INIRead(App::kSettingsFile, "Bottleneck", name);
-  app.INIWrite(App::kSettingsFile, "Bottleneck", name, "1");
-  if (app.model().Once == 0) return true;
+  const std::string stored = ctx.INIRead(Context::kSettingsFile, "Bottleneck", name);
+  ctx.INIWrite(Context::kSettingsFile, "Bottleneck", name, "1");
+  if (ctx.model().Once == 0) return true;
   // The stored text is compared with the number 0. A text that is not a
   // number (a missing key reads as the empty text) makes the comparison
   // fail, and a failed test counts as met: the text goes through.
@@ -46,8 +86,8 @@ bool ReportStep(App& app, int key) {
   return *value == 0;
 }
 
-void ReadWhole(App& app, int32_t handle, int32_t& field) {
-  const double value = app.ReadCounter(handle);
+void ReadWhole(Context& ctx, int32_t handle, int32_t& field) {
+  const double value = ctx.ReadCounter(handle);
   const double rounded = static_cast<double>(legacy::CLng(value));
   if (rounded < std::numeric_limits<int32_t>::min() ||
       rounded > std::numeric_limits<int32_t>::max()) {
@@ -56,72 +96,72 @@ void ReadWhole(App& app, int32_t handle, int32_t& field) {
   field = static_cast<int32_t>(rounded);
 }
 
-void ReadSQLCounters(App& app, bool whole_group) {
-  auto& m = app.model();
+void ReadSQLCounters(Context& ctx, bool whole_group) {
+  auto& m = ctx.model();
   if (whole_group || m.hSQLLatchWaits != 0) {
-    m.SQLLatchWaits = app.ReadCounter(m.hSQLLatchWaits);
-    m.SQLLatchTime = app.ReadCounter(m.hSQLLatchTime);
+    m.SQLLatchWaits = ctx.ReadCounter(m.hSQLLatchWaits);
+    m.SQLLatchTime = ctx.ReadCounter(m.hSQLLatchTime);
   }
-  if (whole_group || m.hSQLCacheHit != 0) m.SQLCacheHit = app.ReadCounter(m.hSQLCacheHit);
-  m.SQLLogouts = app.ReadCounter(m.hSQLLogouts);
+  if (whole_group || m.hSQLCacheHit != 0) m.SQLCacheHit = ctx.ReadCounter(m.hSQLCacheHit);
+  m.SQLLogouts = ctx.ReadCounter(m.hSQLLogouts);
 }
 
 namespace {
 
-void Read(App& app, bool yield, int32_t handle, int32_t& field) {
-  ReadWhole(app, handle, field);
-  if (yield) app.Yield();
+void Read(Context& ctx, bool yield, int32_t handle, int32_t& field) {
+  ReadWhole(ctx, handle, field);
+  if (yield) ctx.Yield();
 }
 
 }  // namespace
 
-void ReadWebCounters(App& app, bool yield) {
-  auto& m = app.model();
-  Read(app, yield, m.hURIFlushes, m.URIFlushes);
-  Read(app, yield, m.hURIMisses, m.URIMisses);
-  Read(app, yield, m.hASPWait, m.ASPWait);
-  Read(app, yield, m.hASPQueued, m.ASPQueued);
+void ReadWebCounters(Context& ctx, bool yield) {
+  auto& m = ctx.model();
+  Read(ctx, yield, m.hURIFlushes, m.URIFlushes);
+  Read(ctx, yield, m.hURIMisses, m.URIMisses);
+  Read(ctx, yield, m.hASPWait, m.ASPWait);
+  Read(ctx, yield, m.hASPQueued, m.ASPQueued);
 }
 
-void ReadFirewallCounters(App& app, bool yield) {
-  auto& m = app.model();
-  Read(app, yield, m.hFWAcceptTCP, m.FWAcceptTCP);
-  Read(app, yield, m.hFWWorkerThreads, m.FWWorkerThreads);
-  Read(app, yield, m.hFWDNSHits, m.FWDNSHits);
-  Read(app, yield, m.hPEBacklog, m.PEBacklog);
-  Read(app, yield, m.hPEActive, m.PEActive);
-  Read(app, yield, m.hPEBytes, m.PEBytes);
-  Read(app, yield, m.hPEEstablished, m.PEEstablished);
+void ReadFirewallCounters(Context& ctx, bool yield) {
+  auto& m = ctx.model();
+  Read(ctx, yield, m.hFWAcceptTCP, m.FWAcceptTCP);
+  Read(ctx, yield, m.hFWWorkerThreads, m.FWWorkerThreads);
+  Read(ctx, yield, m.hFWDNSHits, m.FWDNSHits);
+  Read(ctx, yield, m.hPEBacklog, m.PEBacklog);
+  Read(ctx, yield, m.hPEActive, m.PEActive);
+  Read(ctx, yield, m.hPEBytes, m.PEBytes);
+  Read(ctx, yield, m.hPEEstablished, m.PEEstablished);
 }
 
-void ReadProxyCounters(App& app, bool yield) {
-  auto& m = app.model();
-  Read(app, yield, m.hWPCacheHit, m.WPCacheHit);
-  Read(app, yield, m.hWPReverseBytes, m.WPReverseBytes);
-  Read(app, yield, m.hWPAvgMs, m.WPAvgMs);
-  Read(app, yield, m.hWPDirectFetches, m.WPDirectFetches);
-  Read(app, yield, m.hWPCacheFetches, m.WPCacheFetches);
-  Read(app, yield, m.hWPRequests, m.WPRequests);
-  Read(app, yield, m.hWPFailing, m.WPFailing);
-  Read(app, yield, m.hWPDNSHits, m.WPDNSHits);
-  Read(app, yield, m.hWPIncoming, m.WPIncoming);
+void ReadProxyCounters(Context& ctx, bool yield) {
+  auto& m = ctx.model();
+  Read(ctx, yield, m.hWPCacheHit, m.WPCacheHit);
+  Read(ctx, yield, m.hWPReverseBytes, m.WPReverseBytes);
+  Read(ctx, yield, m.hWPAvgMs, m.WPAvgMs);
+  Read(ctx, yield, m.hWPDirectFetches, m.WPDirectFetches);
+  Read(ctx, yield, m.hWPCacheFetches, m.WPCacheFetches);
+  Read(ctx, yield, m.hWPRequests, m.WPRequests);
+  Read(ctx, yield, m.hWPFailing, m.WPFailing);
+  Read(ctx, yield, m.hWPDNSHits, m.WPDNSHits);
+  Read(ctx, yield, m.hWPIncoming, m.WPIncoming);
 }
 
-void ReadCacheCounters(App& app, bool yield) {
-  auto& m = app.model();
-  Read(app, yield, m.hCacheDiskFailure, m.CacheDiskFailure);
-  Read(app, yield, m.hCacheMemAllocated, m.CacheMemAllocated);
-  Read(app, yield, m.hCacheDiskAllocated, m.CacheDiskAllocated);
-  Read(app, yield, m.hCacheMemUsage, m.CacheMemUsage);
-  Read(app, yield, m.hCacheDiskWrite, m.CacheDiskWrite);
-  Read(app, yield, m.hCacheDiskURL, m.CacheDiskURL);
-  Read(app, yield, m.hCacheDiskBytes, m.CacheDiskBytes);
-  Read(app, yield, m.hCacheMemURL, m.CacheMemURL);
-  Read(app, yield, m.hCacheMemBytes, m.CacheMemBytes);
+void ReadCacheCounters(Context& ctx, bool yield) {
+  auto& m = ctx.model();
+  Read(ctx, yield, m.hCacheDiskFailure, m.CacheDiskFailure);
+  Read(ctx, yield, m.hCacheMemAllocated, m.CacheMemAllocated);
+  Read(ctx, yield, m.hCacheDiskAllocated, m.CacheDiskAllocated);
+  Read(ctx, yield, m.hCacheMemUsage, m.CacheMemUsage);
+  Read(ctx, yield, m.hCacheDiskWrite, m.CacheDiskWrite);
+  Read(ctx, yield, m.hCacheDiskURL, m.CacheDiskURL);
+  Read(ctx, yield, m.hCacheDiskBytes, m.CacheDiskBytes);
+  Read(ctx, yield, m.hCacheMemURL, m.CacheMemURL);
+  Read(ctx, yield, m.hCacheMemBytes, m.CacheMemBytes);
 }
 
-void BottleneckCheck(App& app) {
-  auto& m = app.model();
+void BottleneckCheck(Context& ctx) {
+  auto& m = ctx.model();
 
   // 1.
   m.BNText.clear();
@@ -129,22 +169,22 @@ void BottleneckCheck(App& app) {
   // 2 to 11. The switched groups; only the exact value 1 turns a group on.
   // Events run during the optional groups' reads, so each switch is looked
   // at when its group comes.
-  if (m.BNMemory == 1) MemoryRules(app);
-  if (m.BNCPU == 1) CPURules(app);
-  if (m.BNDisk == 1) DiskRules(app);
-  if (m.BNSQL == 1) SQLRules(app);
-  if (m.BNNetwork == 1) NetworkRules(app);
-  if (m.BNServer == 1) ServerRules(app);
-  if (m.BNWeb == 1) WebRules(app);
-  if (m.BNFirewall == 1) FirewallRules(app);
-  if (m.BNProxy == 1) ProxyRules(app);
-  if (m.BNCache == 1) CacheRules(app);
+  if (m.BNMemory == 1) MemoryRules(ctx);
+  if (m.BNCPU == 1) CPURules(ctx);
+  if (m.BNDisk == 1) DiskRules(ctx);
+  if (m.BNSQL == 1) SQLRules(ctx);
+  if (m.BNNetwork == 1) NetworkRules(ctx);
+  if (m.BNServer == 1) ServerRules(ctx);
+  if (m.BNWeb == 1) WebRules(ctx);
+  if (m.BNFirewall == 1) FirewallRules(ctx);
+  if (m.BNProxy == 1) ProxyRules(ctx);
+  if (m.BNCache == 1) CacheRules(ctx);
 
   // 12. The trend rules have no switch.
-  TrendRules(app);
+  TrendRules(ctx);
 
   // 13. One program, unless the data view is open.
-  if (m.BNPrograms == 1 && m.BNViewOpen == 0) ProgramRules(app);
+  if (m.BNPrograms == 1 && m.BNViewOpen == 0) ProgramRules(ctx);
 
   // 14. Unconditionally: so the cycle's tests on the tick counter see 1.
   m.MinuteTick = 0;

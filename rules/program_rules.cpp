@@ -3,7 +3,7 @@
 // midnight as a single), two count visits. None has a key: they speak
 // whatever Once says, and nothing clears a mark or a count on firing, so a
 // rule over its limit speaks at every visit while its condition holds.
-#include "core/legacy.h"
+#include "base/legacy.h"
 #include "rules/engine.h"
 
 namespace tarnex {
@@ -16,9 +16,9 @@ namespace {
 constexpr int32_t kLastSlot = 100;
 }  // namespace
 
-void ProgramRules(App& app) {
-  auto& m = app.model();
-  const auto now = [&app] { return static_cast<float>(app.loop().Timer()); };
+void ProgramRules(Context& ctx) {
+  auto& m = ctx.model();
+  const auto now = [&ctx] { return static_cast<float>(ctx.loop().Timer()); };
 
   // 1. The next program, back to the first after the last.
   m.ProgIndex += 1;
@@ -36,7 +36,7 @@ void ProgramRules(App& app) {
 
   // 3, 4. Processor, 300 seconds. With no processor count the division
   // fails, the failed test counts as met, and the held figure is not stored.
-  m.ProgCPU[i] = app.ReadCounter(m.hProgCPU[i]);
+  m.ProgCPU[i] = ctx.ReadCounter(m.hProgCPU[i]);
   if (processors == 0 || m.ProgCPU[i] / processors > 80) {
     if (processors != 0) m.CPUHold[i] = m.ProgCPU[i] / processors;
     if (m.CPUStart[i] == 0) m.CPUStart[i] = now();
@@ -51,7 +51,7 @@ void ProgramRules(App& app) {
   }
 
   // 5, 6. Virtual memory growing at every visit, 600 seconds.
-  m.ProgVirtual[i] = app.ReadCounter(m.hProgVirtual[i]);
+  m.ProgVirtual[i] = ctx.ReadCounter(m.hProgVirtual[i]);
   if (m.ProgVirtual[i] > m.VirtualHigh[i]) {
     m.VirtualHigh[i] = m.ProgVirtual[i];
     if (m.VirtualStart[i] == 0) m.VirtualStart[i] = now();
@@ -67,7 +67,7 @@ void ProgramRules(App& app) {
   }
 
   // 7, 8. Page faults, a new highest value at more than 60 visits in a row.
-  m.ProgFaults[i] = app.ReadCounter(m.hProgFaults[i]);
+  m.ProgFaults[i] = ctx.ReadCounter(m.hProgFaults[i]);
   if (m.ProgFaults[i] > m.FaultHigh[i]) {
     m.FaultHigh[i] = m.ProgFaults[i];
     m.FaultCount[i] += 1;
@@ -84,7 +84,7 @@ void ProgramRules(App& app) {
   }
 
   // 9, 10. Working set, a new highest value at more than 90 visits in a row.
-  m.ProgWorkingSet[i] = app.ReadCounter(m.hProgWorkingSet[i]);
+  m.ProgWorkingSet[i] = ctx.ReadCounter(m.hProgWorkingSet[i]);
   if (m.ProgWorkingSet[i] > m.WorkingSetHigh[i]) {
     m.WorkingSetHigh[i] = m.ProgWorkingSet[i];
     m.WorkingSetCount[i] += 1;
@@ -100,7 +100,7 @@ void ProgramRules(App& app) {
   }
 
   // 11, 12. Disk reads above 50000000 bytes a second, 600 seconds.
-  m.ProgRead[i] = app.ReadCounter(m.hProgRead[i]);
+  m.ProgRead[i] = ctx.ReadCounter(m.hProgRead[i]);
   if (m.ProgRead[i] > 50000000) {
     m.ReadHigh[i] = m.ProgRead[i];
     if (m.ReadStart[i] == 0) m.ReadStart[i] = now();
@@ -115,7 +115,7 @@ void ProgramRules(App& app) {
   }
 
   // 13. Disk writes, the same.
-  m.ProgWrite[i] = app.ReadCounter(m.hProgWrite[i]);
+  m.ProgWrite[i] = ctx.ReadCounter(m.hProgWrite[i]);
   if (m.ProgWrite[i] > 50000000) {
     m.WriteHigh[i] = m.ProgWrite[i];
     if (m.WriteStart[i] == 0) m.WriteStart[i] = now();

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 #include "counters/programs.h"
 #include "rules/engine.h"
 
@@ -184,14 +184,14 @@ void SetRed(ServerModel& m, int row, bool red) {
 
 }  // namespace
 
-void OpenBNView(App& app) {
-  auto& m = app.model();
+void OpenBNView(Context& ctx) {
+  auto& m = ctx.model();
   if (m.BNViewOpen == 1) return;
 
   // 1, 2. The program rules stop; the program list is made anew, with a new
   // set of counters.
   m.BNViewOpen = 1;
-  LoadPrograms(app.platform(), m, [&app] { app.Yield(); });
+  LoadPrograms(ctx.platform(), m, [&ctx] { ctx.Yield(); });
 
   // 3, 4. The rows, and the captions of the fixed block; row 56 stays blank.
   m.BNCaption.assign(kBNViewRows, std::string());
@@ -217,20 +217,20 @@ void OpenBNView(App& app) {
     m.BNViewWidth = 14995;
   }
 
-  if (m.BNViewTimer == 0) m.BNViewTimer = app.loop().AddTimer([&app] { BNViewTick(app); });
-  app.loop().SetTimerInterval(m.BNViewTimer, 1000);
-  app.loop().SetTimerEnabled(m.BNViewTimer, true);
+  if (m.BNViewTimer == 0) m.BNViewTimer = ctx.loop().AddTimer([&ctx] { BNViewTick(ctx); });
+  ctx.loop().SetTimerInterval(m.BNViewTimer, 1000);
+  ctx.loop().SetTimerEnabled(m.BNViewTimer, true);
 }
 
-void BNViewTick(App& app) {
-  auto& m = app.model();
+void BNViewTick(Context& ctx) {
+  auto& m = ctx.model();
 
   // 1. Every optional group, whatever its switch, without a new collection.
-  ReadSQLCounters(app, true);
-  ReadWebCounters(app, false);
-  ReadFirewallCounters(app, false);
-  ReadProxyCounters(app, false);
-  ReadCacheCounters(app, false);
+  ReadSQLCounters(ctx, true);
+  ReadWebCounters(ctx, false);
+  ReadFirewallCounters(ctx, false);
+  ReadProxyCounters(ctx, false);
+  ReadCacheCounters(ctx, false);
 
   // 2. The fixed rows. A division by a missing processor count fails and the
   // row keeps what it showed.
@@ -302,12 +302,12 @@ void BNViewTick(App& app) {
     const bool slot = index <= 100;
     const size_t i = slot ? static_cast<size_t>(index) : 0;
     if (slot) {
-      m.ProgCPU[i] = app.ReadCounter(m.hProgCPU[i]);
-      m.ProgVirtual[i] = app.ReadCounter(m.hProgVirtual[i]);
-      m.ProgFaults[i] = app.ReadCounter(m.hProgFaults[i]);
-      m.ProgWorkingSet[i] = app.ReadCounter(m.hProgWorkingSet[i]);
-      m.ProgRead[i] = app.ReadCounter(m.hProgRead[i]);
-      m.ProgWrite[i] = app.ReadCounter(m.hProgWrite[i]);
+      m.ProgCPU[i] = ctx.ReadCounter(m.hProgCPU[i]);
+      m.ProgVirtual[i] = ctx.ReadCounter(m.hProgVirtual[i]);
+      m.ProgFaults[i] = ctx.ReadCounter(m.hProgFaults[i]);
+      m.ProgWorkingSet[i] = ctx.ReadCounter(m.hProgWorkingSet[i]);
+      m.ProgRead[i] = ctx.ReadCounter(m.hProgRead[i]);
+      m.ProgWrite[i] = ctx.ReadCounter(m.hProgWrite[i]);
     }
     const bool known = slot && processors != 0;
 
@@ -333,9 +333,9 @@ void BNViewTick(App& app) {
   m.BNRow = row;
 }
 
-void CloseBNView(App& app) {
-  auto& m = app.model();
-  if (m.BNViewTimer != 0) app.loop().SetTimerEnabled(m.BNViewTimer, false);
+void CloseBNView(Context& ctx) {
+  auto& m = ctx.model();
+  if (m.BNViewTimer != 0) ctx.loop().SetTimerEnabled(m.BNViewTimer, false);
   // The rows made at opening go with the view; row 0 stays.
   m.BNCaption.resize(1);
   m.BNVal.resize(1);

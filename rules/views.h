@@ -3,7 +3,7 @@
 // rows refreshed by its own one-second timer.
 #pragma once
 
-#include "core/app.h"
+#include "core/context.h"
 
 namespace tarnex {
 
@@ -18,10 +18,10 @@ void BuildBNList(ServerModel& m);
 // Opens the data view: the program rules stop, the program list is rebuilt,
 // the rows get their captions, the width follows from the rows used, and the
 // view's timer starts. Opening an open view does nothing.
-void OpenBNView(App& app);
+void OpenBNView(Context& ctx);
 // One tick of the view's timer: all optional counters read, all values set.
-void BNViewTick(App& app);
+void BNViewTick(Context& ctx);
 // Closes the data view: the timer stops and the program rules resume.
-void CloseBNView(App& app);
+void CloseBNView(Context& ctx);
 
 }  // namespace tarnex

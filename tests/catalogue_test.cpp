@@ -66,8 +66,8 @@ TEST(Catalogue, FtpTotalOverwritesTheHandleOfFtpSent) {
   SimApp s(Scenario(R"("counters": {"\\FTP Service\\Bytes Sent/sec": 1,
                                     "\\FTP Service\\Bytes Total/sec": 3})"));
   ASSERT_TRUE(s.app().FormLoad());
-  EXPECT_EQ(s.app().ReadCounter(s.model().hFTPSent), 3);
-  EXPECT_EQ(s.app().ReadCounter(s.model().hFTPSent2), 1);
+  EXPECT_EQ(s.ctx().ReadCounter(s.model().hFTPSent), 3);
+  EXPECT_EQ(s.ctx().ReadCounter(s.model().hFTPSent2), 1);
 }
 
 TEST(Catalogue, SqlObjectNamesKeepTheirMixedForms) {
@@ -127,7 +127,7 @@ TEST(Catalogue, SevenAdaptersFillSixSlots) {
                           }),
             6 * 14);
   EXPECT_NE(s.model().hNetBytesTotal[5], 0);
-  EXPECT_EQ(s.app().ReadCounter(s.model().hNetBytesTotal[5]), 5);
+  EXPECT_EQ(s.ctx().ReadCounter(s.model().hNetBytesTotal[5]), 5);
 }
 
 TEST(Catalogue, AbsentProductsReadZeroAndNothingIsSaid) {
@@ -135,7 +135,7 @@ TEST(Catalogue, AbsentProductsReadZeroAndNothingIsSaid) {
   ASSERT_TRUE(s.app().FormLoad());
   s.loop().Wait(5000);
   EXPECT_EQ(s.model().hWPRequests, 0);
-  EXPECT_EQ(s.app().ReadCounter(s.model().hWPRequests), 0.0);
+  EXPECT_EQ(s.ctx().ReadCounter(s.model().hWPRequests), 0.0);
   EXPECT_EQ(s.model().ProcessorQueue, 0);
   EXPECT_EQ(s.model().PEPackets, 0);
   // This machine has no system tools either; those are the only messages.
@@ -196,7 +196,7 @@ TEST(Programs, TwoInstancesReadTheCountersOfOneName) {
   s.loop().Wait(1000);
   EXPECT_EQ(m.ProgWorkingSet[0], 5000000);
   EXPECT_EQ(m.ProgWorkingSet[1], 5000000);
-  EXPECT_EQ(s.app().ReadCounter(m.hProgRead[2]), 1200);
+  EXPECT_EQ(s.ctx().ReadCounter(m.hProgRead[2]), 1200);
   const auto& r = s.sim().Sim().requested;
   EXPECT_NE(IndexOf(r, "\\\\SRV1\\Process(Server App)\\% Processor Time"), std::string::npos);
   EXPECT_NE(IndexOf(r, "\\\\SRV1\\Process(sqlservr)\\IO Write Bytes/sec"), std::string::npos);

@@ -1,4 +1,5 @@
 #include "platform/event_loop.h"
+#include "platform/native/time_sources.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -36,6 +36,17 @@ std::set<std::string> FilesUnder(const std::string& root) {
   return out;
 }
 
+// Every folder under `root`, a line each, sorted.
+std::string FoldersUnder(const std::string& root) {
+  std::set<std::string> found;
+  for (const auto& e : fs::recursive_directory_iterator(root)) {
+    if (e.is_directory()) found.insert(fs::relative(e.path(), root).string());
+  }
+  std::string out;
+  for (const auto& f : found) out += f + "\n";
+  return out;
+}
+
 TEST(GoldenRun, ASimulatedDayWritesTheSameFilesAndModel) {
   const std::string dir = MakeTempDir();
   const std::string app = dir + "/install";
@@ -56,10 +67,13 @@ TEST(GoldenRun, ASimulatedDayWritesTheSameFilesAndModel) {
       fs::copy_file(app + "/" + rel, expected_dir + "/" + rel);
     }
     WriteFile(expected_dir + "/model.json", model);
+    WriteFile(expected_dir + "/folders.txt", FoldersUnder(app));
   }
 
   std::set<std::string> expected = FilesUnder(expected_dir);
   expected.erase("model.json");
+  expected.erase("folders.txt");
+  EXPECT_EQ(FoldersUnder(app), ReadFile(expected_dir + "/folders.txt"));
   EXPECT_EQ(FilesUnder(app), expected);
   for (const auto& rel : expected) {
     EXPECT_TRUE(ReadFile(app + "/" + rel) == ReadFile(expected_dir + "/" + rel))

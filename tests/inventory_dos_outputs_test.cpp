@@ -38,7 +38,7 @@ std::string Bytes(size_t count) {
 TEST(InventoryDOSOutputs, OutputComesIn256ByteBlocksAndEndsWithAnEmptyOne) {
   const std::string output = Bytes(600);
   SimApp s(WithCommand("tool.exe -x", output));
-  DOSOutputs dos(s.app());
+  DOSOutputs dos(s.ctx());
   Recorder r;
   r.Attach(dos);
   EXPECT_EQ(dos.ExecuteCommand("C:\\Tools\\tool.exe -x"), output);
@@ -53,7 +53,7 @@ TEST(InventoryDOSOutputs, OutputComesIn256ByteBlocksAndEndsWithAnEmptyOne) {
 
 TEST(InventoryDOSOutputs, OutputOfExactlyOneBlockGivesOneBlockAndTheEmptyEnd) {
   SimApp s(WithCommand("tool.exe", Bytes(256)));
-  DOSOutputs dos(s.app());
+  DOSOutputs dos(s.ctx());
   Recorder r;
   r.Attach(dos);
   dos.ExecuteCommand("tool.exe");
@@ -62,7 +62,7 @@ TEST(InventoryDOSOutputs, OutputOfExactlyOneBlockGivesOneBlockAndTheEmptyEnd) {
 
 TEST(InventoryDOSOutputs, ProgramThatPrintsNothingGivesOneEmptyEvent) {
   SimApp s(WithCommand("quiet.exe", ""));
-  DOSOutputs dos(s.app());
+  DOSOutputs dos(s.ctx());
   Recorder r;
   r.Attach(dos);
   EXPECT_EQ(dos.ExecuteCommand("quiet.exe"), "");
@@ -72,7 +72,7 @@ TEST(InventoryDOSOutputs, ProgramThatPrintsNothingGivesOneEmptyEvent) {
 
 TEST(InventoryDOSOutputs, EmptyCommandLineTellsTheOperatorAndRunsNothing) {
   SimApp s(WithCommand("tool.exe", "x"));
-  DOSOutputs dos(s.app());
+  DOSOutputs dos(s.ctx());
   Recorder r;
   r.Attach(dos);
   EXPECT_EQ(dos.ExecuteCommand(""), "");
@@ -84,7 +84,7 @@ TEST(InventoryDOSOutputs, EmptyCommandLineTellsTheOperatorAndRunsNothing) {
 
 TEST(InventoryDOSOutputs, CommandLineSetBeforeRunsWhenNoneIsGiven) {
   SimApp s(WithCommand("tool.exe", "out"));
-  DOSOutputs dos(s.app());
+  DOSOutputs dos(s.ctx());
   dos.SetCommandLine("C:\\tool.exe");
   EXPECT_EQ(dos.ExecuteCommand(), "out");
   EXPECT_EQ(s.sim().commands_run, std::vector<std::string>{"C:\\tool.exe"});
@@ -92,7 +92,7 @@ TEST(InventoryDOSOutputs, CommandLineSetBeforeRunsWhenNoneIsGiven) {
 
 TEST(InventoryDOSOutputs, ProgramThatCannotStartTellsTheOperator) {
   SimApp s(WithCommand("tool.exe", "out"));
-  DOSOutputs dos(s.app());
+  DOSOutputs dos(s.ctx());
   Recorder r;
   r.Attach(dos);
   EXPECT_EQ(dos.ExecuteCommand("C:\\missing.exe"), "");
@@ -102,7 +102,7 @@ TEST(InventoryDOSOutputs, ProgramThatCannotStartTellsTheOperator) {
 
 TEST(InventoryDOSOutputs, EachRunStartsItsOutputAfresh) {
   SimApp s(R"({"commands": {"one.exe": "first", "two.exe": "second"}})");
-  DOSOutputs dos(s.app());
+  DOSOutputs dos(s.ctx());
   dos.ExecuteCommand("one.exe");
   EXPECT_EQ(dos.ExecuteCommand("two.exe"), "second");
   EXPECT_EQ(dos.OutputText(), "second");
@@ -156,7 +156,7 @@ TEST_F(InventoryLinuxCommand, OutputAndErrorShareOnePipeReadInBlocksOfAtMost256)
   const std::string script = Script("Bin/two.sh",
                                     "head -c 700 /dev/zero | tr '\\0' a\n"
                                     "head -c 100 /dev/zero | tr '\\0' b >&2\n");
-  DOSOutputs dos(*app_);
+  DOSOutputs dos(app_->ctx());
   Recorder r;
   r.Attach(dos);
   const std::string out = dos.ExecuteCommand(script);
@@ -172,13 +172,13 @@ TEST_F(InventoryLinuxCommand, OutputAndErrorShareOnePipeReadInBlocksOfAtMost256)
 
 TEST_F(InventoryLinuxCommand, ArgumentsFollowTheProgram) {
   const std::string script = Script("args.sh", "for a in \"$@\"; do printf '[%s]' \"$a\"; done\n");
-  DOSOutputs dos(*app_);
+  DOSOutputs dos(app_->ctx());
   EXPECT_EQ(dos.ExecuteCommand(script + " -i  two \"three four\""), "[-i][two][three four]");
 }
 
 TEST_F(InventoryLinuxCommand, ProgramInAFolderWithBlanksIsFoundWithoutQuotes) {
   Script("my tools/Bin/ram.exe", "echo found \"$1\"\n");
-  DOSOutputs dos(*app_);
+  DOSOutputs dos(app_->ctx());
   EXPECT_EQ(dos.ExecuteCommand(dir_ + "\\my tools\\Bin\\ram.exe -i"), "found -i\n");
   EXPECT_EQ(dos.ExecuteCommand("\"" + dir_ + "/MY TOOLS/bin/RAM.EXE\" -i"), "found -i\n");
   EXPECT_TRUE(app_->model().OperatorMessages.empty());
@@ -186,7 +186,7 @@ TEST_F(InventoryLinuxCommand, ProgramInAFolderWithBlanksIsFoundWithoutQuotes) {
 
 TEST_F(InventoryLinuxCommand, MissingOrNonExecutableProgramIsNotFound) {
   Script("Bin/plain.exe", "echo never\n", false);
-  DOSOutputs dos(*app_);
+  DOSOutputs dos(app_->ctx());
   EXPECT_EQ(dos.ExecuteCommand(dir_ + "\\Bin\\nothing.exe -i"), "");
   EXPECT_EQ(dos.ExecuteCommand(dir_ + "\\Bin\\plain.exe"), "");
   EXPECT_EQ(app_->model().OperatorMessages,
@@ -200,7 +200,7 @@ TEST_F(InventoryLinuxCommand, SystemInformationProgramInAnyFolderIsTheSystemFact
                               "/\\System32\\Systeminfo.exe", "/\\Syswow64\\SYSTEMINFO.EXE"}) {
     EXPECT_EQ(platform_->ResolveCommand(command), std::vector<std::string>{beside}) << command;
   }
-  DOSOutputs dos(*app_);
+  DOSOutputs dos(app_->ctx());
   const std::string out = dos.ExecuteCommand("/\\System32\\Systeminfo.exe");
   EXPECT_NE(out.find("\r\nOS Name:                   "), std::string::npos) << out;
 }

@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <regex>
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 #include "inventory/processor_facts.h"
 #include "inventory/system_facts.h"
 #include "inventory/wmi_values.h"
@@ -367,7 +367,7 @@ TEST(InventoryLinuxRows, MemoryDevicesBecomeSlotsThroughTheLogic) {
   SimApp s("{}");
   std::filesystem::create_directory(s.dir() + "/Bin");
   s.sim().wmi["win32_physicalmemory"] = rows;
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().Slots[0], "Slot 1   4 GB  Speed: 1333 Mhz   (BANK 0)");
   EXPECT_EQ(s.model().Slots[1], "Slot 2   8 GB  Speed: 1600 Mhz   (BANK 1)");
   EXPECT_EQ(s.model().Slots[2], "Slot 3   Empty     (BANK 2)");

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "inventory/processor_facts.h"
-#include "mail/drive_text.h"
+#include "core/drive_text.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
@@ -37,7 +37,7 @@ std::string Memory(const std::string& rows) {
 TEST(InventoryMemory, ModuleOf1024000000BytesIs1000MegabytesAndShowsInMB) {
   SimApp s(Memory(
       R"([{"DeviceLocator": "DIMM1", "Capacity": 1024000000, "Speed": 667, "BankLabel": "B0"}])"));
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().Slots[0], "Slot 1   1,000 MB  Speed: 667 Mhz   (B0)");
   EXPECT_EQ(s.model().SimmCount, 1);
 }
@@ -45,7 +45,7 @@ TEST(InventoryMemory, ModuleOf1024000000BytesIs1000MegabytesAndShowsInMB) {
 TEST(InventoryMemory, ModuleOf2147483648BytesShowsAs2GB) {
   SimApp s(Memory(R"([{"DeviceLocator": "DIMM1", "Capacity": "2147483648", "Speed": 800,
                        "BankLabel": "BANK 0"}])"));
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().Slots[0], "Slot 1   2 GB  Speed: 800 Mhz   (BANK 0)");
 }
 
@@ -53,7 +53,7 @@ TEST(InventoryMemory, ModuleJustAbove1000MegabytesShowsInGB) {
   // 1,025,024,000 bytes are 1001 megabytes by these divisors, and 1.025 GB.
   SimApp s(Memory(R"([{"DeviceLocator": "X", "Capacity": 1025024000, "Speed": 400,
                        "BankLabel": "B"}])"));
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().Slots[0], "Slot 1   1 GB  Speed: 400 Mhz   (B)");
 }
 
@@ -63,7 +63,7 @@ TEST(InventoryMemory, EmptySlotCountsInSlotsButNotInSimms) {
       {"DeviceLocator": "DIMM2", "BankLabel": "B1"},
       {"DeviceLocator": "DIMM3", "Capacity": null, "Speed": null, "BankLabel": "B2"}])"));
   MakeBin(s);
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().SlotCount, 3);
   EXPECT_EQ(s.model().SimmCount, 1);
   EXPECT_EQ(s.model().Slots[0], "Slot 1   524 MB  Speed: 533 Mhz   (B0)");
@@ -76,7 +76,7 @@ TEST(InventoryMemory, EmptySlotCountsInSlotsButNotInSimms) {
 
 TEST(InventoryMemory, ModuleTooSmallForAWholeMegabyteIsAnEmptySlot) {
   SimApp s(Memory(R"([{"DeviceLocator": "X", "Capacity": 400000, "BankLabel": "B"}])"));
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().Slots[0], "Slot 1   Empty     (B)");
   EXPECT_EQ(s.model().SimmCount, 0);
 }
@@ -88,7 +88,7 @@ TEST(InventoryMemory, BankASlotThatAlreadyHoldsTextIsOnlyCounted) {
       {"DeviceLocator": "A2", "Capacity": 2147483648, "Speed": 800, "BankLabel": "B2"}])"));
   s.model().Slots[0] = "from an earlier run";
   s.model().Slots[1] = "also earlier";
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().Slots[0], "from an earlier run");
   // Not bank A: filled anew.
   EXPECT_EQ(s.model().Slots[1], "Slot 2   2 GB  Speed: 800 Mhz   (B1)");
@@ -100,7 +100,7 @@ TEST(InventoryMemory, BankASlotThatAlreadyHoldsTextIsOnlyCounted) {
 TEST(InventoryMemory, FailedQueryWritesNoSlots) {
   SimApp s(Machine("{}"));
   MakeBin(s);
-  getmem(s.app());
+  getmem(s.ctx());
   EXPECT_EQ(s.model().SlotCount, 0);
   EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), "[Memory]\r\nSlots=0\r\nSimms=0\r\n");
 }
@@ -199,7 +199,7 @@ TEST(InventoryReport, SwapLinesPrintTheirFiguresByTheGroupingPattern) {
   SimApp s(Machine(R"({"Win32_PageFileUsage": [
       {"CurrentUsage": 0, "PeakUsage": 1234567, "AllocatedBaseSize": 2048},
       {"CurrentUsage": 12, "PeakUsage": null}]})"));
-  GetCPU(s.app());
+  GetCPU(s.ctx());
   EXPECT_NE(s.model().CPUInfo.find("\r\nSwap File\r\n"
                                    "   Current Usage:  MB\r\n   Peak Usage: 1,234,567 MB\r\n"
                                    "   Size: 2,048 MB\r\n"
@@ -215,7 +215,7 @@ TEST(InventoryReport, DriveLinesJoinCaptionSizeTextAndMediaType) {
                                              {"Caption": "Z:"}]})",
                    R"({"disks": {"c:\\": {"total": 40000000000, "free": 15500000000},
                                  "Z:\\": {"total": 5000, "free": 10}}})"));
-  GetCPU(s.app());
+  GetCPU(s.ctx());
   const std::string& t = s.model().CPUInfo;
   EXPECT_EQ(t.substr(t.find("HARD DRIVES")),
             "HARD DRIVES\r\n   C:Total Size: 40 GB   Available: 16 GB12\r\n"
@@ -229,7 +229,7 @@ TEST(InventoryReport, SlotsWithTextAreListedByTheirNumber) {
   s.model().PhysicalFreeText = "1,024";
   s.model().Slots[0] = "Slot 1   2 GB  Speed: 800 Mhz   (B0)";
   s.model().Slots[2] = "Slot 3   Empty     (B2)";
-  GetCPU(s.app());
+  GetCPU(s.ctx());
   EXPECT_EQ(s.model().CPUInfo.rfind("PROCESSOR/MEMORY INFORMATION\r\n"
                                     "Memory   Total: 4,095   Free: 1,024\r\n"
                                     "   Slot1 : Slot 1   2 GB  Speed: 800 Mhz   (B0)\r\n"
@@ -243,7 +243,7 @@ TEST(InventoryReport, MissingMemoryToolLeavesTheBlockWithoutLinesAndTheFileIsSti
   SimApp s(Machine("{}"));
   MakeBin(s);
   s.model().CPUInfo = "FIRST HALF\r\n";
-  GetCPU(s.app());
+  GetCPU(s.ctx());
   EXPECT_EQ(s.sim().messages, std::vector<std::string>{"File or command not found"});
   EXPECT_EQ(s.File("Bin/SystemData.txt"),
             "FIRST HALF\r\nPROCESSOR/MEMORY INFORMATION\r\nMemory   Total:    Free: \r\n"
@@ -254,7 +254,7 @@ TEST(InventoryReport, MissingMemoryToolLeavesTheBlockWithoutLinesAndTheFileIsSti
 TEST(InventoryReport, MemoryToolRunsFromTheBinFolderWithItsOption) {
   SimApp s(Machine("{}", R"({"commands": {"ram.exe -i": "2x I-cache 32 Kb\r\n"}})"));
   MakeBin(s);
-  GetCPU(s.app());
+  GetCPU(s.ctx());
   EXPECT_EQ(s.sim().commands_run, std::vector<std::string>{s.dir() + "\\Bin\\ram.exe -i"});
   EXPECT_NE(s.File("Bin/SystemData.txt").find("Socket: \r\n\r\nLevel 132 KbI-cache 32 Kb\r\n"),
             std::string::npos);
@@ -266,7 +266,7 @@ TEST(InventoryReport, ReportFileIsReplacedEachTime) {
   MakeBin(s);
   WriteFile(s.dir() + "/Bin/SystemData.txt", std::string(5000, 'x'));
   s.model().CPUInfo = "A\r\n";
-  GetCPU(s.app());
+  GetCPU(s.ctx());
   EXPECT_EQ(s.File("Bin/SystemData.txt").rfind("A\r\nPROCESSOR/MEMORY INFORMATION\r\n", 0), 0u);
   EXPECT_EQ(s.File("Bin/SystemData.txt").find('x'), std::string::npos);
 }
@@ -281,7 +281,7 @@ TEST(InventoryProcessor, LevelGivesTheTypeText) {
   for (const auto& [level, text] : levels) {
     SimApp s(Machine("{}", R"({"processor": {"type": 586, "level": )" + std::to_string(level) +
                                R"(, "revision": 1793}})"));
-    ReadCPUType(s.app());
+    ReadCPUType(s.ctx());
     EXPECT_EQ(s.model().CPUDescription, std::string(text) + "Model 7, Stepping 1") << level;
     EXPECT_EQ(s.model().CPUTypeText, std::string("Type 586/") + text) << level;
   }
@@ -290,27 +290,27 @@ TEST(InventoryProcessor, LevelGivesTheTypeText) {
 TEST(InventoryProcessor, TypeIsKeptFor386To586AndZeroOtherwise) {
   for (int type : {386, 486, 586, 8664, 2200}) {
     SimApp s(Machine("{}", R"({"processor": {"type": )" + std::to_string(type) + "}}"));
-    ReadCPUType(s.app());
+    ReadCPUType(s.ctx());
     EXPECT_EQ(s.model().CPUType, type <= 586 ? type : 0);
   }
 }
 
 TEST(InventoryProcessor, ModelAndSteppingAreTheBytesOfTheRevision) {
   SimApp s(Machine("{}", R"({"processor": {"level": 6, "revision": 65535}})"));
-  ReadCPUType(s.app());
+  ReadCPUType(s.ctx());
   EXPECT_EQ(s.model().CPUDescription, "Intel Pentium Pro or Pentium IIModel 255, Stepping 255");
 }
 
 TEST(InventoryProcessor, SpeedFromTheHardwareDescription) {
   SimApp s(Machine("{}", R"({"processor": {"mhz": 2394}})"));
-  ReadCPUMHz(s.app());
+  ReadCPUMHz(s.ctx());
   EXPECT_EQ(s.model().CPUMHz, "2394 MHZ");
 }
 
 TEST(InventoryProcessor, SpeedThatCannotBeReadIsZero) {
   SimApp s(Machine("{}"));
   s.model().CPUMHz = "earlier";
-  ReadCPUMHz(s.app());
+  ReadCPUMHz(s.ctx());
   EXPECT_EQ(s.model().CPUMHz, "0 MHZ");
 }
 
@@ -320,7 +320,7 @@ TEST(InventoryProcessor, WmiFieldsTakeTheLastProcessorAndNullsKeepTheirValue) {
        "MaxClockSpeed": 1000, "Name": "First", "ProcessorType": 3},
       {"L2CacheSize": "512", "L2CacheSpeed": null, "LoadPercentage": 5, "Manufacturer": "B",
        "MaxClockSpeed": 2000, "Name": null, "ProcessorType": 3}]})"));
-  ReadCPUWMI(s.app());
+  ReadCPUWMI(s.ctx());
   EXPECT_EQ(s.model().L2CacheSize, 512);
   EXPECT_EQ(s.model().L2CacheSpeed, 2400);
   EXPECT_EQ(s.model().LoadPercentage, 5);
@@ -335,7 +335,7 @@ TEST(InventoryProcessor, WmiFieldsTakeTheLastProcessorAndNullsKeepTheirValue) {
 TEST(InventoryProcessor, NumberPropertyThatIsNoNumberKeepsItsField) {
   SimApp s(Machine(R"({"Win32_Processor": [{"MaxClockSpeed": "fast"}]})"));
   s.model().MaxClockSpeed = 800;
-  ReadCPUWMI(s.app());
+  ReadCPUWMI(s.ctx());
   EXPECT_EQ(s.model().MaxClockSpeed, 800);
 }
 
@@ -345,7 +345,7 @@ TEST(InventorySwap, FiguresAreSummedOverThePageFiles) {
   SimApp s(Machine(R"({"Win32_PageFileUsage": [
       {"CurrentUsage": 100, "PeakUsage": 300, "AllocatedBaseSize": 2048},
       {"CurrentUsage": "50", "PeakUsage": 60, "AllocatedBaseSize": 1024}]})"));
-  SwapInfo(s.app());
+  SwapInfo(s.ctx());
   EXPECT_EQ(s.model().SwapCurrent, 150);
   EXPECT_EQ(s.model().SwapPeak, 360);
   EXPECT_EQ(s.model().SwapTotal, 3072);
@@ -358,7 +358,7 @@ TEST(InventorySwap, FiguresStartFromZeroEachTime) {
   s.model().SwapCurrent = 5;
   s.model().SwapPeak = 6;
   s.model().SwapTotal = 7;
-  SwapInfo(s.app());
+  SwapInfo(s.ctx());
   EXPECT_EQ(s.model().SwapCurrent, 0);
   EXPECT_EQ(s.model().SwapPeak, 0);
   EXPECT_EQ(s.model().SwapTotal, 0);
@@ -369,7 +369,7 @@ TEST(InventorySwap, NullFigureIsLeftOutOfItsSum) {
   SimApp s(Machine(R"({"Win32_PageFileUsage": [
       {"CurrentUsage": 100, "PeakUsage": null, "AllocatedBaseSize": 2048},
       {"CurrentUsage": 20, "PeakUsage": 30, "AllocatedBaseSize": 1024}]})"));
-  SwapInfo(s.app());
+  SwapInfo(s.ctx());
   EXPECT_EQ(s.model().SwapCurrent, 120);
   EXPECT_EQ(s.model().SwapPeak, 30);
 }

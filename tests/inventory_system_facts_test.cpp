@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include <nlohmann/json.hpp>
-#include "core/legacy.h"
+#include "base/legacy.h"
 #include "inventory/system_facts.h"
 
 #include "tests/test_support.h"
@@ -67,14 +67,14 @@ TEST(InventorySystemFacts, OSWordIsFoundWithoutRegardToCase) {
 TEST(InventorySystemFacts, NoWordFoundLeavesTheOSWordAsItWas) {
   SimApp s(ScenarioWith(WithFiller({Line("OS Name:", "Debian GNU/Linux 12 (bookworm)")}, 11)));
   s.model().OSWord = "earlier";
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().OSName, "Debian GNU/Linux 12 (bookworm)");
   EXPECT_EQ(s.model().OSWord, "earlier");
 }
 
 TEST(InventorySystemFacts, ProcessorsValueBeginningWith10KeepsOnlyThe1) {
   SimApp s(ScenarioWith(WithFiller({Line("Processor(s):", "10 Processor(s) Installed.")}, 11)));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().Processors, "1");
 }
 
@@ -82,7 +82,7 @@ TEST(InventorySystemFacts, IdLineStandsTwiceInTheReportBothWithTheProductId) {
   SimApp s(ScenarioWith(WithFiller({Line("Product ID:", "55041-007-1234567-86543"),
                                     Line("OS Version:", "5.2.3790 Service Pack 2 Build 3790")},
                                    11)));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().CPUInfo.rfind("OPERATING SYSTEM\r\nOS: \r\nID: 55041-007-1234567-86\r\n"
                                     "Version: 5.2.3790 Service Pack 2 Build 3790\r\n"
                                     "ID: 55041-007-1234567-86\r\nInstalled: \r\n\r\n",
@@ -114,7 +114,7 @@ TEST(InventorySystemFacts, ShortReportThroughTheProgramLeavesTheFieldsEmpty) {
   lines.insert(lines.begin() + 3, "   ");
   lines.insert(lines.begin(), "");
   SimApp s(ScenarioWith(lines));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().OSName, "");
   EXPECT_EQ(s.model().CPUInfo.rfind("OPERATING SYSTEM\r\nOS: \r\n", 0), 0u);
 }
@@ -195,7 +195,7 @@ TEST(InventorySystemFacts, EveryLabelFillsItsField) {
 
 TEST(InventorySystemFacts, CommaInTheBootTimeStaysInTheField) {
   SimApp s(ScenarioWith(WithFiller({Line("System Boot Time:", "11/13/2012, 7:02:41 AM")}, 11)));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().BootTime, "11/13/2012, 7:02:41 AM");
 }
 
@@ -218,24 +218,24 @@ TEST(InventorySystemFacts, MissingBootTimeTakesTheDateOfTheActivationFile) {
   nlohmann::json doc = nlohmann::json::parse(ScenarioWith(Filler(11)));
   doc["env"]["WinDIR"] = windows;
   SimApp s(doc.dump());
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().BootTime, "1/5/2011 2:03:09 PM");
   std::filesystem::remove_all(windows);
 }
 
 TEST(InventorySystemFacts, MissingBootTimeAndNoActivationFileLeavesItEmpty) {
   SimApp s(ScenarioWith(Filler(11)));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().BootTime, "");
 }
 
 TEST(InventorySystemFacts, ProgramRunIsTheSystem32OneUnlessUse64IsSet) {
   SimApp s(ScenarioWith(Filler(11)));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   ASSERT_FALSE(s.sim().commands_run.empty());
   EXPECT_EQ(s.sim().commands_run.front(), "C:\\Windows\\System32\\Systeminfo.exe");
   s.model().Use64 = 1;
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.sim().commands_run[2], "C:\\Windows\\Syswow64\\Systeminfo.exe");
 }
 
@@ -251,7 +251,7 @@ TEST(InventorySystemFacts, LastProcessorOfWmiStays) {
   SimApp s(ScenarioWith(Filler(11), R"({"wmi": {"Win32_Processor": [
       {"Name": "First", "MaxClockSpeed": 1000, "SocketDesignation": "CPU1"},
       {"Name": "Second", "MaxClockSpeed": 2000, "SocketDesignation": "CPU2"}]}})"));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().ProcessorName, "Second");
   EXPECT_EQ(s.model().ProcessorSpeed, "2000 MHz");
   EXPECT_EQ(s.model().ProcessorSocket, "CPU2");
@@ -262,7 +262,7 @@ TEST(InventorySystemFacts, NullProcessorPropertiesKeepTheirFieldsButTheSpeedGets
       {"Name": null, "MaxClockSpeed": null}]}})"));
   s.model().ProcessorName = "before";
   s.model().ProcessorSocket = "socket";
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().ProcessorName, "before");
   EXPECT_EQ(s.model().ProcessorSpeed, " MHz");
   EXPECT_EQ(s.model().ProcessorSocket, "socket");
@@ -270,7 +270,7 @@ TEST(InventorySystemFacts, NullProcessorPropertiesKeepTheirFieldsButTheSpeedGets
 
 TEST(InventorySystemFacts, FailedProcessorQueryLeavesTheFieldsEmpty) {
   SimApp s(ScenarioWith(Filler(11)));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().ProcessorName, "");
   EXPECT_EQ(s.model().ProcessorSpeed, "");
   EXPECT_EQ(s.model().ProcessorSocket, "");
@@ -278,10 +278,10 @@ TEST(InventorySystemFacts, FailedProcessorQueryLeavesTheFieldsEmpty) {
 
 TEST(InventorySystemFacts, ProcessorNumberIsCutToItsFirstCharacter) {
   SimApp s(ScenarioWith(Filler(11)));
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().ProcessorNumber, "");
   s.model().ProcessorNumber = "24";
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.model().ProcessorNumber, "2");
 }
 
@@ -289,7 +289,7 @@ TEST(InventorySystemFacts, ProcessorAndMemoryKeysAreNotWrittenWhileMemoryTotalIs
   SimApp s(ScenarioWith(Filler(11)));
   std::filesystem::create_directory(s.dir() + "/Bin");
   WriteFile(s.dir() + "/Bin/Tarnex.Tnx", "[Processor]\r\nName=Old\r\n");
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
             "[Processor]\r\nName=Old\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
 }
@@ -301,7 +301,7 @@ TEST(InventorySystemFacts, ProcessorAndMemoryKeysAreWrittenOnceMemoryTotalHoldsT
                                        "SocketDesignation": "CPU1"}]}})"));
   std::filesystem::create_directory(s.dir() + "/Bin");
   s.model().MemoryTotal = "2,047";
-  GetSYS(s.app());
+  GetSYS(s.ctx());
   EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
             "[Processor]\r\nName=Xeon\r\nSpeed=2400 MHz\r\nSock=CPU1\r\nNumber=\r\nCores=4\r\n"
             "[Memory]\r\nTotal=2,047\r\nFree=1,114\r\nSlots=0\r\nSimms=0\r\n");

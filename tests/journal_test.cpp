@@ -12,7 +12,7 @@ TEST(Journal, LongEventTextIsCutTo15090WithTheNewestTextWhole) {
   ASSERT_TRUE(s.app().FormLoad());
   s.model().EventText = std::string(29990, 'x');
   const std::string message(98, 'm');  // 100 characters with its line end
-  s.app().MyEvents(message);
+  s.ctx().MyEvents(message);
   EXPECT_EQ(s.model().EventText.size(), 15090u);
   EXPECT_EQ(s.model().EventText.substr(15090 - 100), message + "\r\n");
 }
@@ -21,7 +21,7 @@ TEST(Journal, TextAtTheLimitIsKept) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   s.model().EventText = std::string(29998, 'x');
-  s.app().MyEvents("");
+  s.ctx().MyEvents("");
   EXPECT_EQ(s.model().EventText.size(), 30000u);
 }
 
@@ -29,7 +29,7 @@ TEST(Journal, HugeEventIsCutTwiceAndNoMore) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   s.model().EventText.clear();
-  s.app().MyEvents(std::string(69998, 'h'));
+  s.ctx().MyEvents(std::string(69998, 'h'));
   // 70000 characters: one cut for the change, one for the cut itself.
   EXPECT_EQ(s.model().EventText.size(), 40000u);
 }
@@ -37,7 +37,7 @@ TEST(Journal, HugeEventIsCutTwiceAndNoMore) {
 TEST(Journal, FirstEventOfTheFirstMonthMakesBothFoldersAndOneLine) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().MyEvents("Something happened");
+  s.ctx().MyEvents("Something happened");
   EXPECT_EQ(s.File("Logs/2012/Nov/14 Nov 12.txt"), "Something happened\r\n");
   EXPECT_TRUE(s.model().EventText.ends_with("Something happened\r\n"));
 }
@@ -46,8 +46,8 @@ TEST(Journal, EmptyEventAddsAnEmptyLineToWindowAndFile) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   s.model().EventText = "before\r\n";
-  s.app().MyEvents("");
-  s.app().MyEvents("after");
+  s.ctx().MyEvents("");
+  s.ctx().MyEvents("after");
   EXPECT_EQ(s.model().EventText, "before\r\n\r\nafter\r\n");
   EXPECT_EQ(s.File("Logs/2012/Nov/14 Nov 12.txt"), "\r\nafter\r\n");
 }
@@ -56,12 +56,12 @@ TEST(Journal, NewMonthOfAKnownYearReachesTheWindowOnly) {
   // A run from the last minutes of October into November.
   SimApp s(R"({"start": "2012-10-31 23:59:00"})");
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().MyEvents("october");
+  s.ctx().MyEvents("october");
   EXPECT_EQ(s.File("Logs/2012/Oct/31 Oct 12.txt"), "october\r\n");
 
   s.loop().Wait(120 * 1000);  // the cycle runs on into November
   ASSERT_EQ(s.loop().Now().month, 11);
-  s.app().MyEvents("november");
+  s.ctx().MyEvents("november");
   EXPECT_TRUE(s.model().EventText.ends_with("november\r\n"));
   EXPECT_FALSE(s.Has("Logs/2012/Nov"));
 }
@@ -69,11 +69,11 @@ TEST(Journal, NewMonthOfAKnownYearReachesTheWindowOnly) {
 TEST(Journal, NewYearWritesTheDayLogAgain) {
   SimApp s(R"({"start": "2012-12-31 23:59:00"})");
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().MyEvents("december");
+  s.ctx().MyEvents("december");
   EXPECT_EQ(s.File("Logs/2012/Dec/31 Dec 12.txt"), "december\r\n");
   s.loop().Wait(120 * 1000);
   ASSERT_EQ(s.loop().Now().year, 2013);
-  s.app().MyEvents("new year");
+  s.ctx().MyEvents("new year");
   EXPECT_EQ(s.File("Logs/2013/Jan/01 Jan 13.txt"), "new year\r\n");
 }
 
@@ -81,7 +81,7 @@ TEST(Journal, DayFolderMadeByHandIsUsed) {
   SimApp s(R"({"start": "2012-11-14 10:00:00"})");
   ASSERT_TRUE(s.app().FormLoad());
   std::filesystem::create_directories(s.dir() + "/Logs/2012/Nov");
-  s.app().MyEvents("kept");
+  s.ctx().MyEvents("kept");
   EXPECT_EQ(s.File("Logs/2012/Nov/14 Nov 12.txt"), "kept\r\n");
 }
 
@@ -89,28 +89,11 @@ TEST(Journal, UnwritableDayLogLosesThatLineOnly) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   std::filesystem::create_directories(s.dir() + "/Logs/2012/Nov/14 Nov 12.txt");  // a folder
-  s.app().MyEvents("lost");
+  s.ctx().MyEvents("lost");
   EXPECT_TRUE(s.model().EventText.ends_with("lost\r\n"));
   std::filesystem::remove(s.dir() + "/Logs/2012/Nov/14 Nov 12.txt");
-  s.app().MyEvents("written");
+  s.ctx().MyEvents("written");
   EXPECT_EQ(s.File("Logs/2012/Nov/14 Nov 12.txt"), "written\r\n");
-}
-
-TEST(Journal, StatisticsWritersAppendOneLineEach) {
-  SimApp s;
-  ASSERT_TRUE(s.app().FormLoad());
-  s.app().LogAnnualHardDrive("2012 read");
-  s.app().LogAnnualHardDrive("2013 read");
-  EXPECT_EQ(s.File("Logs/Annual Hard Drive.txt"), "2012 read\r\n2013 read\r\n");
-  s.app().LogDailyHardDrive("d");
-  EXPECT_EQ(s.File("Logs/Daily Hard Drive.txt"),
-            "Tracking Started: 14 Nov 2012 10:00:00AM\r\nd\r\n");
-}
-
-TEST(Journal, StatisticsLineIsLostWhenTheFolderIsMissing) {
-  SimApp s;
-  s.app().LogMonthlyBandwidth("nowhere");
-  EXPECT_FALSE(s.Has("Logs/Monthly Bandwidth.txt"));
 }
 
 }  // namespace

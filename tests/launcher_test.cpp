@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "core/profile.h"
+#include "platform/native/native_files.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
@@ -231,7 +232,8 @@ TEST_F(Launcher, SecondStartInTheSameFolderEndsAtOnce) {
 // The keys of a settings file, section by section, read through the store.
 void ExpectKeys(const std::string& file,
                 const std::vector<std::pair<std::string, std::string>>& keys, int round) {
-  ProfileStore store;
+  NativeFiles files;
+  ProfileStore store(files);
   for (const auto& [section, key] : keys) {
     EXPECT_NE(store.Read(file, section, key), "")
         << "round " << round << ": " << section << "/" << key;
@@ -261,8 +263,9 @@ TEST(Reliability, KilledServerKeepsEveryKeyOfItsSettings) {
                {{"Server", "BU Freq"}, {"Server", "Server Name"}, {"Monitor", "CPU"}}, round);
     // Once the first-run stamp is in, it stays.
     if (stamped) ExpectKeys(app + "/Bin/Tarnex.Tnx", {{"Server", "First Run"}}, round);
+    NativeFiles files;
     stamped =
-        stamped || !ProfileStore().Read(app + "/Bin/Tarnex.Tnx", "Server", "First Run").empty();
+        stamped || !ProfileStore(files).Read(app + "/Bin/Tarnex.Tnx", "Server", "First Run").empty();
   }
   std::filesystem::remove_all(dir);
 }

@@ -1,4 +1,4 @@
-#include "core/legacy.h"
+#include "base/legacy.h"
 
 #include <gtest/gtest.h>
 

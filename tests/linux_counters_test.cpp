@@ -19,6 +19,7 @@
 #include "counters/catalogue.h"
 #include "counters/query.h"
 #include "platform/linux/linux_counters.h"
+#include "platform/forwarding_platform.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/linux/proc_text.h"
 #include "tests/test_support.h"
@@ -822,50 +823,15 @@ class RecordingCounters : public PerfCounters {
   PerfCounters& inner_;
 };
 
-class RecordingPlatform : public Platform {
+// The Linux host with its counter adds recorded.
+class RecordingPlatform : public ForwardingPlatform {
  public:
-  explicit RecordingPlatform(LinuxPlatform& inner) : inner_(inner), counters_(inner.Counters()) {}
-  EventLoop& Loop() override { return inner_.Loop(); }
+  explicit RecordingPlatform(LinuxPlatform& inner)
+      : ForwardingPlatform(inner), counters_(inner.Counters()) {}
   PerfCounters& Counters() override { return counters_; }
-  Files& Fs() override { return inner_.Fs(); }
-  std::string Environment(const std::string& name) override { return inner_.Environment(name); }
-  void ShowMessage(const std::string& text) override {}
-  bool AskYesNo(const std::string& text) override { return false; }
-  void RaisePriority() override {}
-  bool FirstInstance(const std::string& app_path) override { return true; }
-  bool SetStartAtBoot(const std::string& program) override { return false; }
-  bool DeleteStartAtBoot() override { return false; }
-  std::vector<int64_t> EnumProcesses() override { return inner_.EnumProcesses(); }
-  bool ProcessModules(int64_t pid, std::vector<std::string>& base_names) override {
-    return inner_.ProcessModules(pid, base_names);
-  }
-  bool CountServices(int kind, int state, const std::string& machine, int64_t& count) override {
-    return false;
-  }
-  int64_t FindProcessByPath(const std::string& path) override { return 0; }
-  bool CloseProcessWindow(int64_t pid) override { return false; }
-  bool ShellOpen(const std::string& file, const std::string& parameters,
-                 const std::string& folder) override {
-    return false;
-  }
-
-  CommandStart StartCommand(const std::string& command_line,
-                            std::unique_ptr<CommandPipe>& pipe) override {
-    return inner_.StartCommand(command_line, pipe);
-  }
-  bool QueryWmi(const std::string& query, std::vector<WmiRow>& rows) override {
-    return inner_.QueryWmi(query, rows);
-  }
-  ProcessorInfo SystemProcessor() override { return inner_.SystemProcessor(); }
-  bool ProcessorMHz(uint32_t& mhz) override { return inner_.ProcessorMHz(mhz); }
-  bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override {
-    return inner_.DiskFreeSpace(root, total, free_bytes);
-  }
-
   RecordingCounters& recorder() { return counters_; }
 
  private:
-  LinuxPlatform& inner_;
   RecordingCounters counters_;
 };
 

@@ -20,6 +20,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/native/native_files.h"
+
 namespace tarnex {
 namespace {
 
@@ -73,9 +75,22 @@ class ProfileTest : public ::testing::Test {
     return st;
   }
 
+  // A write as one step: the store takes it, and the file is written as it
+  // is when the program's loop next waits.
+  static bool WriteNow(ProfileStore& store, const std::string& path, std::string_view section,
+                       std::optional<std::string_view> key,
+                       std::optional<std::string_view> value) {
+    return store.Write(path, section, key, value) && store.Flush();
+  }
+  bool Write(const std::string& path, std::string_view section,
+             std::optional<std::string_view> key, std::optional<std::string_view> value) {
+    return WriteNow(store_, path, section, key, value);
+  }
+
   std::string dir_;
   std::string path_;
-  ProfileStore store_;
+  NativeFiles files_;
+  ProfileStore store_{files_};
 };
 
 // ---------------------------------------------------------------- reading
@@ -235,29 +250,29 @@ TEST_F(ProfileTest, BytesAboveAsciiAreKeptAndMatchedExactly) {
 // ---------------------------------------------------------------- writing
 
 TEST_F(ProfileTest, MissingFileIsCreatedWithSectionAndKey) {
-  ASSERT_TRUE(store_.Write(path_, "Sec", "key", "value"));
+  ASSERT_TRUE(Write(path_, "Sec", "key", "value"));
   EXPECT_EQ(Contents(), "[Sec]\r\nkey=value\r\n");
   EXPECT_EQ(store_.Read(path_, "Sec", "key"), "value");
 }
 
 TEST_F(ProfileTest, AllLineEndsWrittenAreCrLf) {
-  ASSERT_TRUE(store_.Write(path_, "A", "a", "1"));
-  ASSERT_TRUE(store_.Write(path_, "A", "b", "2"));
-  ASSERT_TRUE(store_.Write(path_, "B", "c", "3"));
-  ASSERT_TRUE(store_.Write(path_, "A", "a", "11"));
+  ASSERT_TRUE(Write(path_, "A", "a", "1"));
+  ASSERT_TRUE(Write(path_, "A", "b", "2"));
+  ASSERT_TRUE(Write(path_, "B", "c", "3"));
+  ASSERT_TRUE(Write(path_, "A", "a", "11"));
   EXPECT_EQ(Contents(), "[A]\r\na=11\r\nb=2\r\n[B]\r\nc=3\r\n");
 }
 
 TEST_F(ProfileTest, SectionAndKeyNamesAreWrittenTrimmed) {
-  ASSERT_TRUE(store_.Write(path_, " \tSec ", "\t key \t", "v"));
+  ASSERT_TRUE(Write(path_, " \tSec ", "\t key \t", "v"));
   EXPECT_EQ(Contents(), "[Sec]\r\nkey=v\r\n");
-  ASSERT_TRUE(store_.Write(path_, "Sec", "  other ", "w"));
+  ASSERT_TRUE(Write(path_, "Sec", "  other ", "w"));
   EXPECT_EQ(Contents(), "[Sec]\r\nkey=v\r\nother=w\r\n");
 }
 
 TEST_F(ProfileTest, ValueIsWrittenByteForByte) {
   const std::string value = "  \"q\" ;x\t\xe9\xff ";
-  ASSERT_TRUE(store_.Write(path_, "S", "k", value));
+  ASSERT_TRUE(Write(path_, "S", "k", value));
   EXPECT_EQ(Contents(), "[S]\r\nk=" + value + "\r\n");
   // Reading applies the reading rules to the stored bytes.
   EXPECT_EQ(store_.Read(path_, "S", "k"), "\"q\" ;x\t\xe9\xff");
@@ -265,71 +280,71 @@ TEST_F(ProfileTest, ValueIsWrittenByteForByte) {
 
 TEST_F(ProfileTest, ExistingKeyIsReplacedInPlaceKeepingItsSpelling) {
   Put("[S]\r\nfirst=1\r\n  Mixed Key = old value \r\nlast=3\r\n");
-  ASSERT_TRUE(store_.Write(path_, "s", "MIXED KEY", "new"));
+  ASSERT_TRUE(Write(path_, "s", "MIXED KEY", "new"));
   EXPECT_EQ(Contents(), "[S]\r\nfirst=1\r\nMixed Key=new\r\nlast=3\r\n");
   EXPECT_EQ(store_.Read(path_, "S", "mixed key"), "new");
 }
 
 TEST_F(ProfileTest, KeyWrittenInUpperThenLowerCaseIsOneKey) {
-  ASSERT_TRUE(store_.Write(path_, "Email", "SMTP", "a.example.com"));
-  ASSERT_TRUE(store_.Write(path_, "email", "smtp", "b.example.com"));
+  ASSERT_TRUE(Write(path_, "Email", "SMTP", "a.example.com"));
+  ASSERT_TRUE(Write(path_, "email", "smtp", "b.example.com"));
   EXPECT_EQ(Contents(), "[Email]\r\nSMTP=b.example.com\r\n");
   EXPECT_EQ(store_.Read(path_, "EMAIL", "Smtp"), "b.example.com");
 }
 
 TEST_F(ProfileTest, NewKeyGoesDirectlyAfterLastKeyLineOfItsSection) {
   Put("[A]\r\na=1\r\nnot a key\r\nb=2\r\n\r\n; about B\r\n[B]\r\nc=3\r\n");
-  ASSERT_TRUE(store_.Write(path_, "a", "new", "4"));
+  ASSERT_TRUE(Write(path_, "a", "new", "4"));
   EXPECT_EQ(Contents(),
             "[A]\r\na=1\r\nnot a key\r\nb=2\r\nnew=4\r\n\r\n; about B\r\n[B]\r\nc=3\r\n");
-  ASSERT_TRUE(store_.Write(path_, "B", "d", "5"));
+  ASSERT_TRUE(Write(path_, "B", "d", "5"));
   EXPECT_EQ(Contents(),
             "[A]\r\na=1\r\nnot a key\r\nb=2\r\nnew=4\r\n\r\n; about B\r\n[B]\r\nc=3\r\nd=5\r\n");
 }
 
 TEST_F(ProfileTest, NewKeyInSectionWithoutKeysGoesDirectlyAfterHeader) {
   Put("[Empty]\r\n; note\r\n\r\n[Next]\r\nx=1\r\n");
-  ASSERT_TRUE(store_.Write(path_, "Empty", "k", "v"));
+  ASSERT_TRUE(Write(path_, "Empty", "k", "v"));
   EXPECT_EQ(Contents(), "[Empty]\r\nk=v\r\n; note\r\n\r\n[Next]\r\nx=1\r\n");
 }
 
 TEST_F(ProfileTest, NewKeyAfterUnterminatedLastLineEndsThatLineFirst) {
   Put("[S]\r\na=1");
-  ASSERT_TRUE(store_.Write(path_, "S", "b", "2"));
+  ASSERT_TRUE(Write(path_, "S", "b", "2"));
   EXPECT_EQ(Contents(), "[S]\r\na=1\r\nb=2\r\n");
   Put("[T]");
-  ASSERT_TRUE(store_.Write(path_, "T", "c", "3"));
+  ASSERT_TRUE(Write(path_, "T", "c", "3"));
   EXPECT_EQ(Contents(), "[T]\r\nc=3\r\n");
 }
 
 TEST_F(ProfileTest, NewSectionIsAppendedAtEndWithoutBlankLine) {
   Put("[A]\r\na=1\r\n\r\n; trailing comment\r\n");
-  ASSERT_TRUE(store_.Write(path_, "New", "k", "v"));
+  ASSERT_TRUE(Write(path_, "New", "k", "v"));
   EXPECT_EQ(Contents(), "[A]\r\na=1\r\n\r\n; trailing comment\r\n[New]\r\nk=v\r\n");
 }
 
 TEST_F(ProfileTest, NewSectionAfterUnterminatedLastLineGetsLineEndFirst) {
   Put("[A]\r\na=1");
-  ASSERT_TRUE(store_.Write(path_, "B", "b", "2"));
+  ASSERT_TRUE(Write(path_, "B", "b", "2"));
   EXPECT_EQ(Contents(), "[A]\r\na=1\r\n[B]\r\nb=2\r\n");
   // A last line ended by a lone CR or LF is already terminated.
   Put("[A]\na=1\n");
-  ASSERT_TRUE(store_.Write(path_, "B", "b", "2"));
+  ASSERT_TRUE(Write(path_, "B", "b", "2"));
   EXPECT_EQ(Contents(), "[A]\na=1\n[B]\r\nb=2\r\n");
   Put("[A]\ra=1\r");
-  ASSERT_TRUE(store_.Write(path_, "B", "b", "2"));
+  ASSERT_TRUE(Write(path_, "B", "b", "2"));
   EXPECT_EQ(Contents(), "[A]\ra=1\r[B]\r\nb=2\r\n");
 }
 
 TEST_F(ProfileTest, EmptyExistingFileGetsSectionAndKey) {
   Put("");
-  ASSERT_TRUE(store_.Write(path_, "S", "k", "v"));
+  ASSERT_TRUE(Write(path_, "S", "k", "v"));
   EXPECT_EQ(Contents(), "[S]\r\nk=v\r\n");
 }
 
 TEST_F(ProfileTest, NullValueDeletesKeyLine) {
   Put("[S]\r\na=1\r\nB=2\r\nc=3\r\n[T]\r\nb=9\r\n");
-  ASSERT_TRUE(store_.Write(path_, "S", "b", std::nullopt));
+  ASSERT_TRUE(Write(path_, "S", "b", std::nullopt));
   EXPECT_EQ(Contents(), "[S]\r\na=1\r\nc=3\r\n[T]\r\nb=9\r\n");
   EXPECT_EQ(store_.Read(path_, "S", "b"), "");
   EXPECT_EQ(store_.Read(path_, "T", "b"), "9");
@@ -337,82 +352,82 @@ TEST_F(ProfileTest, NullValueDeletesKeyLine) {
 
 TEST_F(ProfileTest, NullValueDeletesEveryLineOfThatKeyInSection) {
   Put("[S]\r\nk=1\r\nx=2\r\nK=3\r\n");
-  ASSERT_TRUE(store_.Write(path_, "S", "k", std::nullopt));
+  ASSERT_TRUE(Write(path_, "S", "k", std::nullopt));
   EXPECT_EQ(Contents(), "[S]\r\nx=2\r\n");
   EXPECT_EQ(store_.Read(path_, "S", "k"), "");
 }
 
 TEST_F(ProfileTest, NullValueOnUnterminatedLastLineDeletesIt) {
   Put("[S]\r\na=1\r\nb=2");
-  ASSERT_TRUE(store_.Write(path_, "S", "b", std::nullopt));
+  ASSERT_TRUE(Write(path_, "S", "b", std::nullopt));
   EXPECT_EQ(Contents(), "[S]\r\na=1\r\n");
 }
 
 TEST_F(ProfileTest, NullKeyDeletesSectionUpToNextSection) {
   Put("; head\r\n[A]\r\na=1\r\n[Gone]\r\nx=1\r\n; note\r\n\r\ny=2\r\n[C]\r\nc=3\r\n");
-  ASSERT_TRUE(store_.Write(path_, "gone", std::nullopt, std::nullopt));
+  ASSERT_TRUE(Write(path_, "gone", std::nullopt, std::nullopt));
   EXPECT_EQ(Contents(), "; head\r\n[A]\r\na=1\r\n[C]\r\nc=3\r\n");
   EXPECT_EQ(store_.Read(path_, "Gone", "x"), "");
-  ASSERT_TRUE(store_.Write(path_, "C", std::nullopt, "ignored"));
+  ASSERT_TRUE(Write(path_, "C", std::nullopt, "ignored"));
   EXPECT_EQ(Contents(), "; head\r\n[A]\r\na=1\r\n");
 }
 
 TEST_F(ProfileTest, NullKeyDeletesEveryBlockOfTheSection) {
   Put("[S]\r\na=1\r\n[T]\r\nt=1\r\n[s]\r\nb=2\r\n");
-  ASSERT_TRUE(store_.Write(path_, "S", std::nullopt, std::nullopt));
+  ASSERT_TRUE(Write(path_, "S", std::nullopt, std::nullopt));
   EXPECT_EQ(Contents(), "[T]\r\nt=1\r\n");
   EXPECT_EQ(store_.Read(path_, "S", "b"), "");
 }
 
 TEST_F(ProfileTest, DeletingWhatIsNotThereChangesNothing) {
-  ASSERT_TRUE(store_.Write(path_, "S", "k", std::nullopt));
-  ASSERT_TRUE(store_.Write(path_, "S", std::nullopt, std::nullopt));
+  ASSERT_TRUE(Write(path_, "S", "k", std::nullopt));
+  ASSERT_TRUE(Write(path_, "S", std::nullopt, std::nullopt));
   EXPECT_FALSE(std::filesystem::exists(path_));  // no file is created
   Put("[S]\r\nk=1\r\n");
   const struct stat before = StatOf(path_);
-  ASSERT_TRUE(store_.Write(path_, "S", "other", std::nullopt));
-  ASSERT_TRUE(store_.Write(path_, "T", "k", std::nullopt));
-  ASSERT_TRUE(store_.Write(path_, "T", std::nullopt, std::nullopt));
+  ASSERT_TRUE(Write(path_, "S", "other", std::nullopt));
+  ASSERT_TRUE(Write(path_, "T", "k", std::nullopt));
+  ASSERT_TRUE(Write(path_, "T", std::nullopt, std::nullopt));
   EXPECT_EQ(StatOf(path_).st_ino, before.st_ino);
   EXPECT_EQ(Contents(), "[S]\r\nk=1\r\n");
 }
 
 TEST_F(ProfileTest, EmptyValueWritesKeyWithEquals) {
-  ASSERT_TRUE(store_.Write(path_, "S", "k", ""));
+  ASSERT_TRUE(Write(path_, "S", "k", ""));
   EXPECT_EQ(Contents(), "[S]\r\nk=\r\n");
-  ASSERT_TRUE(store_.Write(path_, "S", "k", "x"));
-  ASSERT_TRUE(store_.Write(path_, "S", "k", ""));
+  ASSERT_TRUE(Write(path_, "S", "k", "x"));
+  ASSERT_TRUE(Write(path_, "S", "k", ""));
   EXPECT_EQ(Contents(), "[S]\r\nk=\r\n");
   EXPECT_EQ(store_.SectionKeys(path_, "S"), "k\0"s);
 }
 
 TEST_F(ProfileTest, WritingIntoLfFileKeepsOtherLinesBytes) {
   Put("[A]\na = 1 \n;c\n[B]\nb=2\n");
-  ASSERT_TRUE(store_.Write(path_, "A", "new", "n"));
+  ASSERT_TRUE(Write(path_, "A", "new", "n"));
   EXPECT_EQ(Contents(), "[A]\na = 1 \nnew=n\r\n;c\n[B]\nb=2\n");
-  ASSERT_TRUE(store_.Write(path_, "B", "b", "3"));
+  ASSERT_TRUE(Write(path_, "B", "b", "3"));
   EXPECT_EQ(Contents(), "[A]\na = 1 \nnew=n\r\n;c\n[B]\nb=3\r\n");
 }
 
 TEST_F(ProfileTest, WriteIntoExistingSectionSpelledDifferentlyKeepsHeader) {
   Put("[Server]\r\na=1\r\n");
-  ASSERT_TRUE(store_.Write(path_, "SERVER", "b", "2"));
+  ASSERT_TRUE(Write(path_, "SERVER", "b", "2"));
   EXPECT_EQ(Contents(), "[Server]\r\na=1\r\nb=2\r\n");
 }
 
 TEST_F(ProfileTest, WriteGoesToFirstBlockOfRepeatedSection) {
   Put("[S]\r\na=1\r\n[T]\r\n[S]\r\nb=2\r\n");
-  ASSERT_TRUE(store_.Write(path_, "S", "c", "3"));
+  ASSERT_TRUE(Write(path_, "S", "c", "3"));
   EXPECT_EQ(Contents(), "[S]\r\na=1\r\nc=3\r\n[T]\r\n[S]\r\nb=2\r\n");
-  ASSERT_TRUE(store_.Write(path_, "S", "b", "4"));
+  ASSERT_TRUE(Write(path_, "S", "b", "4"));
   EXPECT_EQ(Contents(), "[S]\r\na=1\r\nc=3\r\nb=4\r\n[T]\r\n[S]\r\nb=2\r\n");
   EXPECT_EQ(store_.Read(path_, "S", "b"), "4");
 }
 
 TEST_F(ProfileTest, RewritingSameContentLeavesFileUntouched) {
-  ASSERT_TRUE(store_.Write(path_, "S", "k", "v"));
+  ASSERT_TRUE(Write(path_, "S", "k", "v"));
   const struct stat before = StatOf(path_);
-  ASSERT_TRUE(store_.Write(path_, "s", "K", "v"));
+  ASSERT_TRUE(Write(path_, "s", "K", "v"));
   const struct stat after = StatOf(path_);
   EXPECT_EQ(after.st_ino, before.st_ino);
   EXPECT_EQ(Contents(), "[S]\r\nk=v\r\n");
@@ -421,21 +436,21 @@ TEST_F(ProfileTest, RewritingSameContentLeavesFileUntouched) {
 TEST_F(ProfileTest, WriteKeepsFilePermissions) {
   Put("[S]\r\nk=1\r\n");
   ASSERT_EQ(::chmod(path_.c_str(), 0640), 0);
-  ASSERT_TRUE(store_.Write(path_, "S", "k", "2"));
+  ASSERT_TRUE(Write(path_, "S", "k", "2"));
   EXPECT_EQ(StatOf(path_).st_mode & 07777, 0640u);
   EXPECT_EQ(Contents(), "[S]\r\nk=2\r\n");
 }
 
 TEST_F(ProfileTest, WriteToFileInMissingFolderFails) {
   const std::string path = dir_ + "/NoSuchFolder/x.tnx";
-  EXPECT_FALSE(store_.Write(path, "S", "k", "v"));
+  EXPECT_FALSE(Write(path, "S", "k", "v"));
   EXPECT_FALSE(std::filesystem::exists(dir_ + "/NoSuchFolder"));
   EXPECT_EQ(DirEntries().size(), 0u);
 }
 
 TEST_F(ProfileTest, WriteOverAFolderFails) {
   ASSERT_EQ(::mkdir(path_.c_str(), 0755), 0);
-  EXPECT_FALSE(store_.Write(path_, "S", "k", "v"));
+  EXPECT_FALSE(Write(path_, "S", "k", "v"));
   EXPECT_TRUE(std::filesystem::is_directory(path_));
 }
 
@@ -443,7 +458,7 @@ TEST_F(ProfileTest, WriteToReadOnlyFolderFailsAndKeepsOldFile) {
   if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind the superuser";
   Put("[S]\r\nk=old\r\n");
   ASSERT_EQ(::chmod(dir_.c_str(), 0500), 0);
-  EXPECT_FALSE(store_.Write(path_, "S", "k", "new"));
+  EXPECT_FALSE(Write(path_, "S", "k", "new"));
   ASSERT_EQ(::chmod(dir_.c_str(), 0700), 0);
   EXPECT_EQ(Contents(), "[S]\r\nk=old\r\n");
   EXPECT_EQ(store_.Read(path_, "S", "k"), "old");
@@ -464,7 +479,7 @@ TEST_F(ProfileTest, FailedWriteRemovesTemporaryFileAndKeepsOldFile) {
   limit = saved_limit;
   limit.rlim_cur = 64;
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-  const bool written = store_.Write(path_, "S", "k", std::string(200, 'x'));
+  const bool written = Write(path_, "S", "k", std::string(200, 'x'));
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &saved_limit), 0);
   ASSERT_EQ(::sigaction(SIGXFSZ, &saved, nullptr), 0);
   EXPECT_FALSE(written);
@@ -472,13 +487,13 @@ TEST_F(ProfileTest, FailedWriteRemovesTemporaryFileAndKeepsOldFile) {
   EXPECT_EQ(store_.Read(path_, "S", "k"), "old");
   EXPECT_EQ(DirEntries(), std::vector<std::string>{"Tarnex.Tnx"});
   // Once the limit is gone the same write succeeds.
-  EXPECT_TRUE(store_.Write(path_, "S", "k", std::string(200, 'x')));
+  EXPECT_TRUE(Write(path_, "S", "k", std::string(200, 'x')));
   EXPECT_EQ(Contents(), "[S]\r\nk=" + std::string(200, 'x') + "\r\n");
 }
 
 TEST_F(ProfileTest, ManyWritesLeaveNoTemporaryFileBehind) {
   for (int i = 0; i < 300; ++i) {
-    ASSERT_TRUE(store_.Write(path_, "S" + std::to_string(i % 7), "k" + std::to_string(i % 13),
+    ASSERT_TRUE(Write(path_, "S" + std::to_string(i % 7), "k" + std::to_string(i % 13),
                              std::to_string(i)));
   }
   EXPECT_EQ(DirEntries(), std::vector<std::string>{"Tarnex.Tnx"});
@@ -498,8 +513,9 @@ TEST_F(ProfileTest, KillDuringWritesLeavesOldOrNewFileWhole) {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-      ProfileStore writer;
-      for (long i = 0;; ++i) writer.Write(path_, "S", "k", (i % 2) ? b : a);
+      NativeFiles files;
+      ProfileStore writer(files);
+      for (long i = 0;; ++i) WriteNow(writer, path_, "S", "k", (i % 2) ? b : a);
     }
     std::this_thread::sleep_for(std::chrono::microseconds(500 + 397 * round));
     ASSERT_EQ(::kill(child, SIGKILL), 0);
@@ -549,28 +565,28 @@ TEST_F(ProfileTest, FileReplacedWithSameSizeAndTimeIsSeen) {
 }
 
 TEST_F(ProfileTest, WriteAfterChangeByAnotherProgramKeepsTheirChange) {
-  ASSERT_TRUE(store_.Write(path_, "S", "mine", "1"));
+  ASSERT_TRUE(Write(path_, "S", "mine", "1"));
   Put("[S]\r\nmine=1\r\ntheirs=2\r\n");
-  ASSERT_TRUE(store_.Write(path_, "S", "mine", "3"));
+  ASSERT_TRUE(Write(path_, "S", "mine", "3"));
   EXPECT_EQ(Contents(), "[S]\r\nmine=3\r\ntheirs=2\r\n");
 }
 
 TEST_F(ProfileTest, RemovedFileReadsEmptyAndIsCreatedAgain) {
-  ASSERT_TRUE(store_.Write(path_, "S", "k", "v"));
+  ASSERT_TRUE(Write(path_, "S", "k", "v"));
   ASSERT_EQ(store_.Read(path_, "S", "k"), "v");
   ASSERT_EQ(::unlink(path_.c_str()), 0);
   EXPECT_EQ(store_.Read(path_, "S", "k"), "");
-  ASSERT_TRUE(store_.Write(path_, "T", "x", "y"));
+  ASSERT_TRUE(Write(path_, "T", "x", "y"));
   EXPECT_EQ(Contents(), "[T]\r\nx=y\r\n");
 }
 
 TEST_F(ProfileTest, TwoStoresSeeEachOthersWrites) {
-  ProfileStore other;
-  ASSERT_TRUE(store_.Write(path_, "S", "k", "1"));
+  ProfileStore other(files_);
+  ASSERT_TRUE(Write(path_, "S", "k", "1"));
   EXPECT_EQ(other.Read(path_, "S", "k"), "1");
-  ASSERT_TRUE(other.Write(path_, "S", "k", "2"));
+  ASSERT_TRUE(WriteNow(other, path_, "S", "k", "2"));
   EXPECT_EQ(store_.Read(path_, "S", "k"), "2");
-  ASSERT_TRUE(store_.Write(path_, "S", "j", "3"));
+  ASSERT_TRUE(Write(path_, "S", "j", "3"));
   EXPECT_EQ(other.Read(path_, "S", "j"), "3");
   EXPECT_EQ(Contents(), "[S]\r\nk=2\r\nj=3\r\n");
 }

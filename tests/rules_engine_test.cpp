@@ -72,7 +72,7 @@ TEST(RulesSwitches, ChangingBNMonitorTakesEffectOnlyOnSave) {
   s.model().BNMonitor[10] = 1;
   s.app().Command1();
   EXPECT_EQ(s.model().Once, 1);
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Bottleneck", "1"), "");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Bottleneck", "1"), "");
 }
 
 // Start-up.
@@ -164,8 +164,8 @@ TEST(RulesStartUp, WithoutOnceNoKeyIsWritten) {
 TEST(RulesReportStep, WithOnceOffEveryFiringSpeaks) {
   RuleBench b;
   b.SetKey(1, "1");
-  EXPECT_TRUE(ReportStep(b.app(), 1));
-  EXPECT_TRUE(ReportStep(b.app(), 2));
+  EXPECT_TRUE(ReportStep(b.ctx(), 1));
+  EXPECT_TRUE(ReportStep(b.ctx(), 2));
   EXPECT_EQ(b.Key(2), "1");
 }
 
@@ -178,7 +178,7 @@ TEST(RulesReportStep, WithOnceOnTheStoredTextIsComparedWithZero) {
   int key = 40;
   for (const auto& [stored, allowed] : cases) {
     b.SetKey(key, stored);
-    EXPECT_EQ(ReportStep(b.app(), key), allowed) << "\"" << stored << "\"";
+    EXPECT_EQ(ReportStep(b.ctx(), key), allowed) << "\"" << stored << "\"";
     // The key holds "1" whatever the outcome.
     EXPECT_EQ(b.Key(key), "1") << stored;
     ++key;
@@ -188,8 +188,8 @@ TEST(RulesReportStep, WithOnceOnTheStoredTextIsComparedWithZero) {
 TEST(RulesReportStep, MissingKeyLetsTheTextThroughAndIsThenWritten) {
   RuleBench b;
   b.m().Once = 1;
-  EXPECT_TRUE(ReportStep(b.app(), 61));
-  EXPECT_FALSE(ReportStep(b.app(), 61));
+  EXPECT_TRUE(ReportStep(b.ctx(), 61));
+  EXPECT_FALSE(ReportStep(b.ctx(), 61));
   EXPECT_EQ(b.SettingsFile(), "[Bottleneck]\r\n61=1\r\n");
 }
 
@@ -287,7 +287,7 @@ TEST(RulesJournal, FindingsGoBetweenTwoAsteriskLinesWithoutTheirLastLineEnd) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   s.model().BNText = "first\r\nsecond\r\n";
-  s.app().JournalFindings();
+  JournalFindings(s.ctx());
   EXPECT_EQ(s.model().BNText, "first\r\nsecond");
   EXPECT_EQ(s.File(kDayLog), kStars + "\r\nfirst\r\nsecond\r\n" + kStars + "\r\n");
   EXPECT_EQ(s.model().EventText,
@@ -298,7 +298,7 @@ TEST(RulesJournal, TextOfExactlyTwoCharactersIsJournalledEmpty) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   s.model().BNText = "\r\n";
-  s.app().JournalFindings();
+  JournalFindings(s.ctx());
   EXPECT_EQ(s.model().BNText, "");
   EXPECT_EQ(s.File(kDayLog), kStars + "\r\n\r\n" + kStars + "\r\n");
 }
@@ -307,14 +307,14 @@ TEST(RulesJournal, TextOfOneCharacterCannotBeCutAndGoesAsItIs) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   s.model().BNText = "x";
-  s.app().JournalFindings();
+  JournalFindings(s.ctx());
   EXPECT_EQ(s.File(kDayLog), kStars + "\r\nx\r\n" + kStars + "\r\n");
 }
 
 TEST(RulesJournal, EmptyTextWritesNothing) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().JournalFindings();
+  JournalFindings(s.ctx());
   EXPECT_FALSE(s.Has(kDayLog));
 }
 

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "counters/catalogue.h"
 #include "platform/counter_table.h"
 #include "rules/engine.h"
 #include "tests/rule_counters.h"
@@ -51,11 +52,12 @@ class RuleBench {
     m().ComputerName = "SRV1";
     m().ProcessorCount = "2";
     m().SystemDrive = "C:";
-    s_.app().Catalogue().SetUp();
+    CounterCatalogue(s_.ctx()).SetUp();
   }
 
   SimApp& sim() { return s_; }
   App& app() { return s_.app(); }
+  Context& ctx() { return s_.app().ctx(); }
   ServerModel& m() { return s_.model(); }
 
   // A counter's value from the next collection on (local path).
@@ -70,15 +72,15 @@ class RuleBench {
   // One collection and one rule pass; the pass's text.
   std::string Pass() {
     s_.sim().Counters().CollectQueryData(m().PerfQuery);
-    BottleneckCheck(s_.app());
+    BottleneckCheck(s_.ctx());
     return m().BNText;
   }
 
   std::string Key(int key) {
-    return s_.app().INIRead(App::kSettingsFile, "Bottleneck", std::to_string(key));
+    return s_.ctx().INIRead(Context::kSettingsFile, "Bottleneck", std::to_string(key));
   }
   void SetKey(int key, const std::string& value) {
-    s_.app().INIWrite(App::kSettingsFile, "Bottleneck", std::to_string(key), value);
+    s_.ctx().INIWrite(Context::kSettingsFile, "Bottleneck", std::to_string(key), value);
   }
   // The settings file as it stands on disk.
   std::string SettingsFile() { return s_.File("Bin/Tarnex.Tnx"); }

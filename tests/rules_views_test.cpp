@@ -107,7 +107,7 @@ TEST(RulesViews, TrackedListIsTheFixedTextWithMemoryPagesTwice) {
 TEST(RulesViews, OpeningCreatesTheRowsAndCaptionsTheFixedBlock) {
   View v;
   EXPECT_EQ(v.m().BNCaption.size(), 1u);
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   EXPECT_EQ(v.m().BNViewOpen, 1);
   ASSERT_EQ(v.m().BNCaption.size(), 208u);
   ASSERT_EQ(v.m().BNVal.size(), 208u);
@@ -117,7 +117,7 @@ TEST(RulesViews, OpeningCreatesTheRowsAndCaptionsTheFixedBlock) {
 
 TEST(RulesViews, OneProgramGivesOneBlockAndTheNarrowView) {
   View v;
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   EXPECT_EQ(v.m().ProgLast, 0);
   for (int k = 0; k < 7; ++k) EXPECT_EQ(v.Caption(57 + k), kBlock[k]);
   EXPECT_EQ(v.Caption(64), "");
@@ -127,7 +127,7 @@ TEST(RulesViews, OneProgramGivesOneBlockAndTheNarrowView) {
 
 TEST(RulesViews, SecondColumnBeginsAtRow104WithoutABlankRow) {
   View v(7);
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   // Blocks at 57, 65, 73, 81, 89, 97; the sixth ends at 104, where the
   // seventh begins.
   EXPECT_EQ(v.Caption(96), "");
@@ -145,20 +145,20 @@ TEST(RulesViews, WidthFollowsTheRowsUsed) {
       {5, 9990}, {6, 9990}, {7, 14995}, {12, 14995}, {13, 19950}};
   for (const auto& [count, width] : cases) {
     View v(count);
-    OpenBNView(v.b().app());
+    OpenBNView(v.b().ctx());
     EXPECT_EQ(v.m().BNViewWidth, width) << count << " programs";
   }
   View six(6);
-  OpenBNView(six.b().app());
+  OpenBNView(six.b().ctx());
   EXPECT_EQ(six.m().BNRow, 104);
   View thirteen(13);
-  OpenBNView(thirteen.b().app());
+  OpenBNView(thirteen.b().ctx());
   EXPECT_EQ(thirteen.m().BNRow, 160);
 }
 
 TEST(RulesViews, RowsBeyond207AreDropped) {
   View v(25);
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   ASSERT_EQ(v.m().BNCaption.size(), 208u);
   // The nineteenth program begins at 200; the twentieth would begin at 208.
   EXPECT_EQ(v.Caption(200), "Program");
@@ -172,7 +172,7 @@ TEST(RulesViews, RowsBeyond207AreDropped) {
 
 TEST(RulesViews, ValuesStandOnTheRowsOfTheirCaptionsInEveryColumn) {
   View v(20);
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   v.Seconds(1);
   int blocks = 0;
   for (int row = 57; row < 208; ++row) {
@@ -191,7 +191,7 @@ TEST(RulesViews, ValuesStandOnTheRowsOfTheirCaptionsInEveryColumn) {
 TEST(RulesViews, OpeningRebuildsTheProgramList) {
   View v(2);
   v.b().sim().sim().running[500] = "C:\\Apps\\late.exe";
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   EXPECT_EQ(v.m().Programlist, (TextList{"prog0", "prog1", "late"}));
   EXPECT_EQ(v.m().ProgLast, 2);
   EXPECT_EQ(v.Caption(73), "Program");
@@ -200,7 +200,7 @@ TEST(RulesViews, OpeningRebuildsTheProgramList) {
 TEST(RulesViews, EachTickSetsTheFixedValuesWithTheirSuffixes) {
   View v;
   auto& m = v.m();
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   for (const auto& row : FixedRows()) EXPECT_EQ(v.Value(row.row), "") << row.row;
   v.Seconds(1);
   // Every figure at 0: each row shows its zero and its suffix.
@@ -246,7 +246,7 @@ TEST(RulesViews, GroupsThatAreOffStillShowLiveValuesWhileTheirRulesStayFrozen) {
   v.b().Counter("\\ISA Server Web Proxy\\Requests/sec", 1234);
   v.b().Counter("\\Web Service Cache\\Kernel:URI Cache Misses", 77);
   v.b().sim().sim().Counters().CollectQueryData(v.m().PerfQuery);
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   v.Seconds(1);
   EXPECT_EQ(v.Value(33), "45,000");
   EXPECT_EQ(v.Value(17), "3");
@@ -261,7 +261,7 @@ TEST(RulesViews, TicksReadWithoutANewCollection) {
   auto& series = v.b().sim().sim().Sim().series;
   series["\\isa server firewall packet engine\\active connections"].segments = {{5, 1}, {9, 1}};
   v.b().sim().sim().Counters().CollectQueryData(v.m().PerfQuery);
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   v.Seconds(3);
   EXPECT_EQ(v.Value(33), "5");
   v.b().sim().sim().Counters().CollectQueryData(v.m().PerfQuery);
@@ -281,7 +281,7 @@ TEST(RulesViews, ProgramBlockValuesAndRedMarks) {
   v.Set("prog1", "IO Write Bytes/sec", 100000002);
   v.m().ProgName[0] = "prog0";
   v.m().ProgName[1] = "prog1";
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   // The counters added at opening have a value from the next collection on.
   v.Collect();
   v.Seconds(1);
@@ -307,14 +307,14 @@ TEST(RulesViews, ProgramBlockValuesAndRedMarks) {
 
 TEST(RulesViews, ProgramNameIsTheOneTheRulesLastSet) {
   View v;
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   v.Seconds(1);
   // The rules have not visited the program yet.
   EXPECT_EQ(v.Value(57), ".exe");
-  CloseBNView(v.b().app());
+  CloseBNView(v.b().ctx());
   v.m().BNPrograms = 1;
   v.b().Pass();
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   v.Seconds(1);
   EXPECT_EQ(v.Value(57), "prog0.exe");
 }
@@ -323,7 +323,7 @@ TEST(RulesViews, MissingProcessorCountKeepsTheValuesAndMarksTheRowsRed) {
   View v;
   v.Set("prog0", "% Processor Time", 20);
   v.m().CPUPrivilege = "6";
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   v.Collect();
   v.Seconds(1);
   EXPECT_EQ(v.Value(60), "10%");
@@ -345,11 +345,11 @@ TEST(RulesViews, ProgramRulesWaitWhileTheViewIsOpen) {
   v.m().BNPrograms = 1;
   v.Set("prog0", "% Processor Time", 200);
   v.Set("prog0", "Page Faults/sec", 5);
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   for (int i = 0; i < 5; ++i) ASSERT_EQ(v.b().Pass(), "");
   EXPECT_EQ(v.m().CPUStart[0], 0.0f);
   EXPECT_EQ(v.m().FaultCount[0], 0);
-  CloseBNView(v.b().app());
+  CloseBNView(v.b().ctx());
   EXPECT_EQ(v.m().BNViewOpen, 0);
   v.b().Pass();
   EXPECT_EQ(v.m().CPUStart[0], 36000.0f);
@@ -358,19 +358,19 @@ TEST(RulesViews, ProgramRulesWaitWhileTheViewIsOpen) {
 
 TEST(RulesViews, TimerTicksEachSecondUntilTheViewCloses) {
   View v;
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   EXPECT_EQ(v.b().sim().loop().TimerInterval(v.m().BNViewTimer), 1000);
   v.Seconds(1);
   EXPECT_EQ(v.Value(0), "0 Sec");
   v.m().PageReads = 5;
   v.Seconds(1);
   EXPECT_EQ(v.Value(0), "5 Sec");
-  CloseBNView(v.b().app());
+  CloseBNView(v.b().ctx());
   EXPECT_FALSE(v.b().sim().loop().TimerEnabled(v.m().BNViewTimer));
   EXPECT_EQ(v.m().BNVal.size(), 1u);
   // Opened again, the same timer runs and the rows are made anew.
   const int timer = v.m().BNViewTimer;
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   EXPECT_EQ(v.m().BNViewTimer, timer);
   EXPECT_EQ(v.Value(0), "");
   v.Seconds(1);
@@ -379,10 +379,10 @@ TEST(RulesViews, TimerTicksEachSecondUntilTheViewCloses) {
 
 TEST(RulesViews, OpeningAnOpenViewDoesNothing) {
   View v;
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   v.Seconds(1);
   v.b().sim().sim().running[500] = "C:\\Apps\\late.exe";
-  OpenBNView(v.b().app());
+  OpenBNView(v.b().ctx());
   EXPECT_EQ(v.Value(0), "0 Sec");
   EXPECT_EQ(v.m().ProgLast, 0);
 }
@@ -395,14 +395,14 @@ TEST(RulesViews, DataViewThroughTheWholeProgram) {
   WriteFile(s.dir() + "/Bin/Tarnex.Tnx", "[Monitor]\r\nUPrograms=1\r\n");
   ASSERT_TRUE(s.app().FormLoad());
   EXPECT_EQ(s.model().CPUStart[0], 36000.0f);
-  OpenBNView(s.app());
+  OpenBNView(s.ctx());
   s.loop().Wait(400000);
   // No program text while the view is open; the view shows the program.
   EXPECT_FALSE(s.Has("Logs/2012/Nov/14 Nov 12.txt"));
   EXPECT_EQ(s.model().BNVal[57], "app.exe");
   EXPECT_EQ(s.model().BNVal[60], "100%");
   EXPECT_EQ(s.model().BNValRed[60], 1);
-  CloseBNView(s.app());
+  CloseBNView(s.ctx());
   s.loop().Wait(1000);
   EXPECT_EQ(s.File("Logs/2012/Nov/14 Nov 12.txt"),
             std::string(84, '*') +

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "core/figures.h"
+#include "core/texts.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
@@ -7,42 +9,42 @@ namespace {
 
 TEST(CPUAver, FiftyNinthSampleStillShowsTheCount) {
   SimApp s;
-  for (int i = 0; i < 59; ++i) s.app().CPUAver("40.0");
+  for (int i = 0; i < 59; ++i) CPUAver(s.ctx(), "40.0");
   EXPECT_EQ(s.model().CPULastMin, "Data < 60 (59)");
   EXPECT_TRUE(s.model().CAver2.empty());
 }
 
 TEST(CPUAver, SixtiethSampleGivesTheMinuteAverageAtOnce) {
   SimApp s;
-  for (int i = 0; i < 30; ++i) s.app().CPUAver("40.0");
-  for (int i = 0; i < 30; ++i) s.app().CPUAver("45.5");
+  for (int i = 0; i < 30; ++i) CPUAver(s.ctx(), "40.0");
+  for (int i = 0; i < 30; ++i) CPUAver(s.ctx(), "45.5");
   EXPECT_EQ(s.model().CPULastMin, "CPU Last Min = 42.8%");
   EXPECT_EQ(s.model().LastMinText, "43%");
   EXPECT_EQ(s.model().CAver2, TextList{"43"});
   EXPECT_TRUE(s.model().CAver1.empty());
   EXPECT_EQ(s.model().CPULastHR, "Data < 60 (1)");
   EXPECT_EQ(s.model().CPULast24, "Data < 24 (0)");
-  s.app().CPUAver("10.0");
+  CPUAver(s.ctx(), "10.0");
   EXPECT_EQ(s.model().CPULastMin, "CPU Last Min = 43%");
 }
 
 TEST(CPUAver, IdleMinutePrintsEmptyNumbers) {
   SimApp s;
-  for (int i = 0; i < 60; ++i) s.app().CPUAver("0.0");
+  for (int i = 0; i < 60; ++i) CPUAver(s.ctx(), "0.0");
   EXPECT_EQ(s.model().CPULastMin, "CPU Last Min = .0%");
   EXPECT_EQ(s.model().LastMinText, "%");
   EXPECT_EQ(s.model().CAver2, TextList{""});
-  s.app().CPUAver("0.0");
+  CPUAver(s.ctx(), "0.0");
   EXPECT_EQ(s.model().CPULastMin, "CPU Last Min = %");
 }
 
 TEST(CPUAver, HourTextComesFromTheSumsAfterSixtyMinutes) {
   SimApp s;
   for (int minute = 0; minute < 59; ++minute) {
-    for (int i = 0; i < 60; ++i) s.app().CPUAver(minute < 30 ? "20.0" : "31.0");
+    for (int i = 0; i < 60; ++i) CPUAver(s.ctx(), minute < 30 ? "20.0" : "31.0");
   }
   EXPECT_EQ(s.model().CPULastHR, "Data < 60 (59)");
-  for (int i = 0; i < 60; ++i) s.app().CPUAver("31.0");
+  for (int i = 0; i < 60; ++i) CPUAver(s.ctx(), "31.0");
   // 30 minutes at 20 and 30 at 31.
   EXPECT_EQ(s.model().CPULastHR, "CPU Last Hr = 25.5%");
   EXPECT_EQ(s.model().LastHourText, "26%");
@@ -50,7 +52,7 @@ TEST(CPUAver, HourTextComesFromTheSumsAfterSixtyMinutes) {
   EXPECT_EQ(s.model().CHours, TextList{"1000"});
   EXPECT_TRUE(s.model().CAver2.empty());
   EXPECT_EQ(s.model().CPULast24, "Data < 24 (1)");
-  for (int i = 0; i < 60; ++i) s.app().CPUAver("5.0");
+  for (int i = 0; i < 60; ++i) CPUAver(s.ctx(), "5.0");
   EXPECT_EQ(s.model().CPULastHR, "CPU Last Hr = 26%");
 }
 
@@ -60,7 +62,7 @@ TEST(CPUAver, AfterTheTwentyFourthHourTheOldestIsDropped) {
   s.model().CHours = TextList(23, "0900");
   s.model().CAver3[0] = "58";
   s.model().CAver2 = TextList(59, "34");
-  for (int i = 0; i < 60; ++i) s.app().CPUAver("34.0");
+  for (int i = 0; i < 60; ++i) CPUAver(s.ctx(), "34.0");
   // 58 + 22 x 10 + 34 over 24 hours; the oldest entry then goes.
   EXPECT_EQ(s.model().CPULast24, "CPU 24 Hrs = 13.0%");
   EXPECT_EQ(s.model().CAver3.size(), 23u);
@@ -330,7 +332,7 @@ TEST(Timer1, UnaddedCountersReadZeroAndTheCycleRunsWhole) {
 
 TEST(Graphs, OneNewSampleDrawsAFlatLineAndALastRise) {
   SimApp s;
-  s.app().PlotCPU(40);
+  Plot(s.model().picGraph0, 40);
   const auto& h = s.model().picGraph0;
   ASSERT_EQ(h.size(), 300u);
   EXPECT_EQ(h.back(), 40);
@@ -339,16 +341,16 @@ TEST(Graphs, OneNewSampleDrawsAFlatLineAndALastRise) {
 
 TEST(Graphs, ValuesShiftTowardsTheStartAndAreNotLimited) {
   SimApp s;
-  s.app().PlotHours(100);
-  s.app().PlotHours(250);
+  Plot(s.model().CPUU2, 100);
+  Plot(s.model().CPUU2, 250);
   const auto& h = s.model().CPUU2;
   ASSERT_EQ(h.size(), 30u);
   EXPECT_EQ(h[28], 100);
   EXPECT_EQ(h[29], 250);
-  for (int i = 0; i < 60; ++i) s.app().PlotSeconds(i);
+  for (int i = 0; i < 60; ++i) Plot(s.model().CPUU0, i);
   EXPECT_EQ(s.model().CPUU0.front(), 0);
   EXPECT_EQ(s.model().CPUU0.back(), 59);
-  s.app().PlotSeconds(60);
+  Plot(s.model().CPUU0, 60);
   EXPECT_EQ(s.model().CPUU0.front(), 1);
   EXPECT_EQ(s.model().CPUU1.size(), 60u);
   EXPECT_EQ(s.model().picGraph1.size(), 300u);

@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
@@ -15,34 +15,34 @@ namespace {
 TEST(Settings, KeyWithEmptyValueAndMissingKeyBothReadEmpty) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().INIWrite(App::kSettingsFile, "Server", "BU Path", "");
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "BU Path"), "");
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "No Such Key"), "");
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "No Such Section", "Left"), "");
-  EXPECT_EQ(s.app().INIRead("\\Bin\\Missing.Tnx", "Server", "Left"), "");
+  s.ctx().INIWrite(Context::kSettingsFile, "Server", "BU Path", "");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "BU Path"), "");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "No Such Key"), "");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "No Such Section", "Left"), "");
+  EXPECT_EQ(s.ctx().INIRead("\\Bin\\Missing.Tnx", "Server", "Left"), "");
   EXPECT_NE(s.File("Bin/Tarnex.Tnx").find("BU Path=\r\n"), std::string::npos);
 }
 
 TEST(Settings, ValueWithANulIsStoredWithoutIt) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().INIWrite(App::kSettingsFile, "Server", "Server Name", std::string("ab\0cd\0", 6));
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "Server Name"), "abcd");
+  s.ctx().INIWrite(Context::kSettingsFile, "Server", "Server Name", std::string("ab\0cd\0", 6));
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "Server Name"), "abcd");
 }
 
 TEST(Settings, LongValueReadsBackCutTo1023) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().INIWrite(App::kSettingsFile, "Server", "Message List", std::string(1100, 'z'));
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "Message List"), std::string(1023, 'z'));
+  s.ctx().INIWrite(Context::kSettingsFile, "Server", "Message List", std::string(1100, 'z'));
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "Message List"), std::string(1023, 'z'));
 }
 
 TEST(Settings, SameKeyInUpperAndLowerCaseIsOneKey) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().INIWrite(App::kSettingsFile, "Email", "SMTP", "mail.example.org");
-  s.app().INIWrite(App::kSettingsFile, "email", "smtp", "relay.example.org");
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "EMAIL", "Smtp"), "relay.example.org");
+  s.ctx().INIWrite(Context::kSettingsFile, "Email", "SMTP", "mail.example.org");
+  s.ctx().INIWrite(Context::kSettingsFile, "email", "smtp", "relay.example.org");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "EMAIL", "Smtp"), "relay.example.org");
   EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
             "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n"
             "[Email]\r\nSMTP=relay.example.org\r\n");
@@ -51,8 +51,8 @@ TEST(Settings, SameKeyInUpperAndLowerCaseIsOneKey) {
 TEST(Settings, BothSpellingsOfAFileNameLeadToOneFile) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  s.app().INIWrite("\\BIN\\tarnex.tnx", "Server", "Left", "300");
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "Left"), "300");
+  s.ctx().INIWrite("\\BIN\\tarnex.tnx", "Server", "Left", "300");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "Left"), "300");
   EXPECT_FALSE(s.Has("BIN"));
   int settings_files = 0;
   for (const auto& entry : std::filesystem::directory_iterator(s.dir() + "/Bin")) {
@@ -64,10 +64,10 @@ TEST(Settings, BothSpellingsOfAFileNameLeadToOneFile) {
 TEST(Settings, ReadSeesWhatAnotherProgramWrote) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "BU File Total Cnt"), "");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "BU File Total Cnt"), "");
   WriteFile(s.dir() + "/Bin/Tarnex.Tnx",
             "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nBU File Total Cnt=42\r\n");
-  EXPECT_EQ(s.app().INIRead(App::kSettingsFile, "Server", "BU File Total Cnt"), "42");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "BU File Total Cnt"), "42");
 }
 
 TEST(Settings, SendOptionReadAsTrueIsOnAndEmptyLeavesItAsItWas) {
@@ -248,7 +248,8 @@ TEST(Save, PortsAbove100OpenTheirListenersAndSaveReopensThem) {
 TEST(Save, PortInUseLeavesTheListenerClosed) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
-  Winsock other(s.loop());
+  auto socket = s.sim().NewSocket();
+  Winsock& other = *socket;
   other.SetLocalPort(0);
   ASSERT_EQ(other.Listen(), 0);
   s.model().CPUPort = std::to_string(other.BoundPort());

@@ -72,11 +72,17 @@ class SimApp {
   void Keep() { owns_ = false; }
 
   App& app() { return *app_; }
+  Context& ctx() { return app_->ctx(); }
   ServerModel& model() { return app_->model(); }
   SimPlatform& sim() { return *sim_; }
   EventLoop& loop() { return sim_->Loop(); }
   const std::string& dir() const { return dir_; }
-  std::string File(const std::string& relative) const { return ReadFile(dir_ + "/" + relative); }
+  // A file of the installation folder as it is on disk, once the settings
+  // written since the loop last waited are there.
+  std::string File(const std::string& relative) {
+    app_->Flush();
+    return ReadFile(dir_ + "/" + relative);
+  }
   bool Has(const std::string& relative) const { return Exists(dir_ + "/" + relative); }
 
  private:

@@ -14,6 +14,9 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/native/native_network.h"
+#include "platform/native/time_sources.h"
+
 namespace tarnex {
 namespace {
 
@@ -122,10 +125,11 @@ class WinsockTest : public ::testing::Test {
 
   VirtualTimeSource clock_;
   EventLoop loop_{clock_};
+  NativeNetwork net_;
 };
 
 TEST_F(WinsockTest, NewControlIsClosed) {
-  Winsock sock(loop_);
+  Winsock sock(loop_, net_);
   EXPECT_EQ(sock.state(), Winsock::kClosed);
   EXPECT_EQ(sock.LocalPort(), 0);
   EXPECT_EQ(sock.BoundPort(), 0);
@@ -134,7 +138,7 @@ TEST_F(WinsockTest, NewControlIsClosed) {
 }
 
 TEST_F(WinsockTest, ListenOnPortZeroLetsTheSystemChoose) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   listener.SetLocalPort(0);
   ASSERT_EQ(listener.Listen(), 0);
   EXPECT_EQ(listener.state(), Winsock::kListening);
@@ -153,7 +157,7 @@ TEST_F(WinsockTest, ListenOnPortZeroLetsTheSystemChoose) {
 }
 
 TEST_F(WinsockTest, ListenTwiceIsRefused) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   ASSERT_EQ(listener.Listen(), 0);
   const int port = listener.BoundPort();
   EXPECT_EQ(listener.Listen(), Winsock::kErrInvalidArgument);
@@ -162,9 +166,9 @@ TEST_F(WinsockTest, ListenTwiceIsRefused) {
 }
 
 TEST_F(WinsockTest, ListenOnAPortInUseFailsWithAddressInUse) {
-  Winsock first(loop_);
+  Winsock first(loop_, net_);
   ASSERT_EQ(first.Listen(), 0);
-  Winsock second(loop_);
+  Winsock second(loop_, net_);
   second.SetLocalPort(first.BoundPort());
   EXPECT_EQ(second.Listen(), Winsock::kErrAddressInUse);
   EXPECT_EQ(second.LastError(), Winsock::kErrAddressInUse);
@@ -174,7 +178,7 @@ TEST_F(WinsockTest, ListenOnAPortInUseFailsWithAddressInUse) {
 }
 
 TEST_F(WinsockTest, ListenOnAPortOutOfRangeIsRefused) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   listener.SetLocalPort(65536);
   EXPECT_EQ(listener.Listen(), Winsock::kErrInvalidArgument);
   EXPECT_EQ(listener.state(), Winsock::kClosed);
@@ -185,7 +189,7 @@ TEST_F(WinsockTest, ListenOnAPortOutOfRangeIsRefused) {
 }
 
 TEST_F(WinsockTest, ControlClientConnectsAndListenerAcceptsOnItself) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ListenAndAcceptOnSelf(listener));
   const int port = listener.BoundPort();
   int requests = 0;
@@ -197,7 +201,7 @@ TEST_F(WinsockTest, ControlClientConnectsAndListenerAcceptsOnItself) {
     accept_on_self(id);
   };
 
-  Winsock client(loop_);
+  Winsock client(loop_, net_);
   int connects = 0;
   client.OnConnect = [&] {
     ++connects;
@@ -220,7 +224,7 @@ TEST_F(WinsockTest, ControlClientConnectsAndListenerAcceptsOnItself) {
 }
 
 TEST_F(WinsockTest, RawClientIsAcceptedOnTheListener) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ListenAndAcceptOnSelf(listener));
   Fd client(RawConnect(listener.BoundPort()));
   ASSERT_GE(client.get(), 0);
@@ -230,9 +234,9 @@ TEST_F(WinsockTest, RawClientIsAcceptedOnTheListener) {
 }
 
 TEST_F(WinsockTest, RequestAcceptedOnAnotherControlLeavesTheListenerListening) {
-  Winsock listener(loop_);
-  Winsock first(loop_);
-  Winsock second(loop_);
+  Winsock listener(loop_, net_);
+  Winsock first(loop_, net_);
+  Winsock second(loop_, net_);
   std::vector<Winsock*> free_controls = {&first, &second};
   listener.OnConnectionRequest = [&](intptr_t id) {
     ASSERT_FALSE(free_controls.empty());
@@ -260,8 +264,8 @@ TEST_F(WinsockTest, RequestAcceptedOnAnotherControlLeavesTheListenerListening) {
 }
 
 TEST_F(WinsockTest, DataFlowsBothWays) {
-  Winsock server(loop_);
-  Winsock client(loop_);
+  Winsock server(loop_, net_);
+  Winsock client(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ConnectPair(server, client));
 
   std::vector<size_t> server_totals;
@@ -296,7 +300,7 @@ TEST_F(WinsockTest, DataFlowsBothWays) {
 }
 
 TEST_F(WinsockTest, DataFlowsBothWaysWithARawClient) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ListenAndAcceptOnSelf(listener));
   Fd client(RawConnect(listener.BoundPort()));
   ASSERT_GE(client.get(), 0);
@@ -316,8 +320,8 @@ TEST_F(WinsockTest, DataFlowsBothWaysWithARawClient) {
 }
 
 TEST_F(WinsockTest, PeerCloseGivesClosingStateAndACloseEvent) {
-  Winsock server(loop_);
-  Winsock client(loop_);
+  Winsock server(loop_, net_);
+  Winsock client(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ConnectPair(server, client));
   std::vector<std::string> events;
   server.OnDataArrival = [&](size_t total) { events.push_back("data " + std::to_string(total)); };
@@ -344,7 +348,7 @@ TEST_F(WinsockTest, PeerCloseGivesClosingStateAndACloseEvent) {
 }
 
 TEST_F(WinsockTest, RawPeerCloseGivesClosingState) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ListenAndAcceptOnSelf(listener));
   int closes = 0;
   listener.OnClose = [&] { ++closes; };
@@ -357,8 +361,8 @@ TEST_F(WinsockTest, RawPeerCloseGivesClosingState) {
 }
 
 TEST_F(WinsockTest, ServerCloseIsSeenByTheClient) {
-  Winsock server(loop_);
-  Winsock client(loop_);
+  Winsock server(loop_, net_);
+  Winsock client(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ConnectPair(server, client));
   int closes = 0;
   client.OnClose = [&] { ++closes; };
@@ -368,7 +372,7 @@ TEST_F(WinsockTest, ServerCloseIsSeenByTheClient) {
 }
 
 TEST_F(WinsockTest, SendDataWhenNotConnectedFails) {
-  Winsock sock(loop_);
+  Winsock sock(loop_, net_);
   EXPECT_EQ(sock.SendData("x"), Winsock::kErrWrongState);
   EXPECT_EQ(sock.LastError(), Winsock::kErrWrongState);
   EXPECT_EQ(sock.state(), Winsock::kClosed);
@@ -377,14 +381,14 @@ TEST_F(WinsockTest, SendDataWhenNotConnectedFails) {
   EXPECT_EQ(sock.SendData("x"), Winsock::kErrWrongState);
   EXPECT_EQ(sock.state(), Winsock::kListening);
 
-  Winsock client(loop_);
+  Winsock client(loop_, net_);
   ASSERT_EQ(client.Connect("127.0.0.1", sock.BoundPort()), 0);
   ASSERT_EQ(client.state(), Winsock::kConnecting);
   EXPECT_EQ(client.SendData("x"), Winsock::kErrWrongState);
 }
 
 TEST_F(WinsockTest, RequestNotAcceptedIsRefused) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   int requests = 0;
   listener.OnConnectionRequest = [&](intptr_t) { ++requests; };
   ASSERT_EQ(listener.Listen(), 0);
@@ -403,7 +407,7 @@ TEST_F(WinsockTest, RequestNotAcceptedIsRefused) {
 }
 
 TEST_F(WinsockTest, AcceptOnAListeningControlIsRefusedAndSoIsTheRequest) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   int result = 0;
   listener.OnConnectionRequest = [&](intptr_t id) { result = listener.Accept(id); };
   ASSERT_EQ(listener.Listen(), 0);
@@ -422,7 +426,7 @@ TEST_F(WinsockTest, AcceptOnAListeningControlIsRefusedAndSoIsTheRequest) {
 }
 
 TEST_F(WinsockTest, RequestIdCannotBeAcceptedAfterItsHandler) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   intptr_t kept = -1;
   listener.OnConnectionRequest = [&](intptr_t id) { kept = id; };
   ASSERT_EQ(listener.Listen(), 0);
@@ -431,7 +435,7 @@ TEST_F(WinsockTest, RequestIdCannotBeAcceptedAfterItsHandler) {
   ASSERT_TRUE(PumpUntil([&] { return kept >= 0; }));
 
   // The request was refused when the handler returned.
-  Winsock late(loop_);
+  Winsock late(loop_, net_);
   EXPECT_EQ(late.Accept(kept), Winsock::kErrInvalidArgument);
   EXPECT_EQ(late.state(), Winsock::kClosed);
   EXPECT_EQ(late.Accept(-1), Winsock::kErrInvalidArgument);
@@ -439,10 +443,10 @@ TEST_F(WinsockTest, RequestIdCannotBeAcceptedAfterItsHandler) {
 }
 
 TEST_F(WinsockTest, NestedRequestOnAnotherListenerLeavesAnAcceptedOneAlone) {
-  Winsock outer(loop_);
-  Winsock inner(loop_);
-  Winsock outer_conn(loop_);
-  Winsock inner_conn(loop_);
+  Winsock outer(loop_, net_);
+  Winsock inner(loop_, net_);
+  Winsock outer_conn(loop_, net_);
+  Winsock inner_conn(loop_, net_);
   ASSERT_EQ(inner.Listen(), 0);
   inner.OnConnectionRequest = [&](intptr_t id) { EXPECT_EQ(inner_conn.Accept(id), 0); };
 
@@ -481,7 +485,7 @@ TEST_F(WinsockTest, ConnectWithNoListenerGivesError10061) {
   const int port = LocalPortOf(bound.get());
   ASSERT_GT(port, 0);
 
-  Winsock client(loop_);
+  Winsock client(loop_, net_);
   std::vector<int> errors;
   client.OnError = [&](int number, const std::string& description) {
     errors.push_back(number);
@@ -503,7 +507,7 @@ TEST_F(WinsockTest, ConnectWithNoListenerGivesError10061) {
 }
 
 TEST_F(WinsockTest, ConnectToAPortOutOfRangeIsRefused) {
-  Winsock client(loop_);
+  Winsock client(loop_, net_);
   EXPECT_EQ(client.Connect("127.0.0.1", 65536), Winsock::kErrInvalidArgument);
   EXPECT_EQ(client.state(), Winsock::kClosed);
   EXPECT_EQ(client.Connect("127.0.0.1", -1), Winsock::kErrInvalidArgument);
@@ -511,8 +515,8 @@ TEST_F(WinsockTest, ConnectToAPortOutOfRangeIsRefused) {
 }
 
 TEST_F(WinsockTest, CloseThenListenOnTheSamePortRearmsTheListener) {
-  Winsock listener(loop_);
-  Winsock client(loop_);
+  Winsock listener(loop_, net_);
+  Winsock client(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ConnectPair(listener, client));
   const int port = client.RemotePort();
   ASSERT_GT(port, 0);
@@ -547,8 +551,8 @@ class WinsockMaxSpeedTest : public WinsockTest {
 };
 
 TEST_F(WinsockMaxSpeedTest, ConnectExchangeAndCloseAtMaxSpeed) {
-  Winsock server(loop_);
-  Winsock client(loop_);
+  Winsock server(loop_, net_);
+  Winsock client(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ConnectPair(server, client));
   ASSERT_EQ(client.SendData("status?"), 0);
   ASSERT_TRUE(PumpUntil([&] { return server.BytesReceived() == 7; }));
@@ -571,8 +575,8 @@ std::string Pattern(size_t size, unsigned seed) {
 }
 
 TEST_F(WinsockTest, LargeSendsArriveWholeInBothDirections) {
-  Winsock server(loop_);
-  Winsock client(loop_);
+  Winsock server(loop_, net_);
+  Winsock client(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ConnectPair(server, client));
   const std::string down = Pattern(1 << 20, 1);
   const std::string up = Pattern(1 << 20, 2);
@@ -590,7 +594,7 @@ TEST_F(WinsockTest, LargeSendsArriveWholeInBothDirections) {
 }
 
 TEST_F(WinsockTest, LargeSendArrivesWholeAtARawClient) {
-  Winsock listener(loop_);
+  Winsock listener(loop_, net_);
   ASSERT_NO_FATAL_FAILURE(ListenAndAcceptOnSelf(listener));
   Fd client(RawConnect(listener.BoundPort()));
   ASSERT_GE(client.get(), 0);

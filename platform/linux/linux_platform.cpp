@@ -104,19 +104,11 @@ bool LinuxPlatform::SetStartAtBoot(const std::string& program) {
        << "WorkingDirectory=" << options_.app_path << "\n\n"
        << "[Install]\n"
        << "WantedBy=multi-user.target\n";
-  const std::string temp = unit + ".tmp";
-  {
-    std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-    if (!out) return false;
-    out << text.str();
-    if (!out.flush()) return false;
-  }
-  return std::rename(temp.c_str(), unit.c_str()) == 0;
+  return files_.Replace(unit, text.str());
 }
 
 bool LinuxPlatform::DeleteStartAtBoot() {
-  const std::string unit = options_.boot_dir + "/" + kUnitName;
-  return ::unlink(unit.c_str()) == 0;
+  return files_.Remove(options_.boot_dir + "/" + kUnitName);
 }
 
 std::vector<int64_t> LinuxPlatform::EnumProcesses() {

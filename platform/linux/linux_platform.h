@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/files.h"
 #include "platform/linux/linux_counters.h"
 #include "platform/native/instance_lock.h"
+#include "platform/native/native_files.h"
+#include "platform/native/native_network.h"
+#include "platform/native/time_sources.h"
 #include "platform/platform.h"
 
 namespace tarnex {
@@ -31,6 +33,7 @@ class LinuxPlatform : public Platform {
   EventLoop& Loop() override { return loop_; }
   PerfCounters& Counters() override { return counters_; }
   Files& Fs() override { return files_; }
+  Network& Net() override { return net_; }
   std::string Environment(const std::string& name) override;
   void ShowMessage(const std::string& text) override;
   bool AskYesNo(const std::string& text) override;
@@ -72,7 +75,8 @@ class LinuxPlatform : public Platform {
   RealTimeSource time_;
   EventLoop loop_{time_};
   LinuxCounters counters_;
-  Files files_;
+  NativeFiles files_;
+  NativeNetwork net_;
   InstanceLock lock_;
   std::map<std::string, double> swap_peaks_;  // the highest use seen of each swap area
 };

@@ -2,26 +2,15 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
-#include <fstream>
 #include <iostream>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
+
+#include "platform/sim/scenario.h"
 
 namespace tarnex {
 
 namespace {
-
-std::string Lower(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
-
-std::string Upper(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return text;
-}
 
 // A command's output handed out as the pipe of a real program would.
 class TextPipe : public CommandPipe {
@@ -40,48 +29,6 @@ class TextPipe : public CommandPipe {
   size_t at_ = 0;
 };
 
-bool ParseWmi(const nlohmann::json& value, std::map<std::string, std::vector<WmiRow>>& out,
-              std::string& error) {
-  if (!value.is_object()) {
-    error = "\"wmi\" must be an object of classes";
-    return false;
-  }
-  for (const auto& [cls, rows] : value.items()) {
-    if (!rows.is_array()) {
-      error = "wmi class '" + cls + "' must be an array of rows";
-      return false;
-    }
-    std::vector<WmiRow>& list = out[Lower(cls)];
-    list.clear();
-    for (const auto& row : rows) {
-      if (!row.is_object()) {
-        error = "wmi class '" + cls + "': a row must be an object of properties";
-        return false;
-      }
-      WmiRow r;
-      for (const auto& [name, v] : row.items()) {
-        if (v.is_number()) {
-          r.Set(name, v.get<double>());
-        } else if (v.is_string()) {
-          r.Set(name, v.get<std::string>());
-        } else if (v.is_null()) {
-          r.Set(name, std::monostate{});
-        } else {
-          error = "wmi class '" + cls + "', property '" + name +
-                  "': a value must be a number, a text or null";
-          return false;
-        }
-      }
-      list.push_back(std::move(r));
-    }
-  }
-  return true;
-}
-
-bool WholeNumber(const nlohmann::json& v, int64_t low, int64_t high) {
-  return v.is_number_integer() && v.get<int64_t>() >= low && v.get<int64_t>() <= high;
-}
-
 // A counter source that follows its series, one step per collection of its
 // query, from the first collection after it was added.
 class SeriesSource : public CounterSource {
@@ -96,63 +43,7 @@ class SeriesSource : public CounterSource {
   int64_t collections_ = 0;
 };
 
-bool ParseSeries(const nlohmann::json& spec, SimSeries& out, std::string& error) {
-  out.segments.clear();
-  if (spec.is_number()) {
-    out.segments.emplace_back(spec.get<double>(), 1);
-    return true;
-  }
-  if (!spec.is_array()) {
-    error = "a counter must be a number or an array of segments";
-    return false;
-  }
-  for (const auto& seg : spec) {
-    if (seg.is_number()) {
-      out.segments.emplace_back(seg.get<double>(), 1);
-    } else if (seg.is_object() && seg.contains("value") && seg["value"].is_number()) {
-      int64_t count = 1;
-      for (const auto& [key, value] : seg.items()) {
-        if (key == "for") {
-          if (!value.is_number_integer() || value.get<int64_t>() < 1) {
-            error = "\"for\" must be a whole number of at least 1";
-            return false;
-          }
-          count = value.get<int64_t>();
-        } else if (key != "value") {
-          error = "unknown key '" + key + "' in a counter segment";
-          return false;
-        }
-      }
-      out.segments.emplace_back(seg["value"].get<double>(), count);
-    } else {
-      error = "a segment must be a number or {\"value\": V, \"for\": N}";
-      return false;
-    }
-  }
-  if (out.segments.empty()) {
-    error = "a counter needs at least one segment";
-    return false;
-  }
-  return true;
-}
-
 }  // namespace
-
-std::optional<CivilTime> ParseCivilTime(const std::string& text) {
-  CivilTime t;
-  char extra = 0;
-  if (std::sscanf(text.c_str(), "%d-%d-%d %d:%d:%d%c", &t.year, &t.month, &t.day, &t.hour,
-                  &t.minute, &t.second, &extra) != 6) {
-    return std::nullopt;
-  }
-  if (t.month < 1 || t.month > 12 || t.day < 1 || t.hour < 0 || t.hour > 23 || t.minute < 0 ||
-      t.minute > 59 || t.second < 0 || t.second > 59) {
-    return std::nullopt;
-  }
-  const CivilTime round_trip = FromEpochMillis(ToEpochMillis(t));
-  if (!(round_trip == t)) return std::nullopt;  // 31 April and the like
-  return t;
-}
 
 double SimSeries::At(int64_t collection) const {
   int64_t seen = 0;
@@ -164,27 +55,27 @@ double SimSeries::At(int64_t collection) const {
 }
 
 std::unique_ptr<CounterSource> SimCounters::Resolve(const std::string& local_path) {
-  auto it = series.find(Lower(local_path));
+  auto it = series.find(LowerText(local_path));
   if (it == series.end()) return nullptr;
   return std::make_unique<SeriesSource>(it->second);
 }
 
 bool SimCounters::Instances(const std::string& object, std::vector<std::string>& instances) {
-  auto it = objects.find(Lower(object));
+  auto it = objects.find(LowerText(object));
   if (it == objects.end()) return false;
   instances = it->second;
   return true;
 }
 
 std::unique_ptr<SimPlatform> SimPlatform::Load(const SimOptions& options, std::string& error) {
-  std::ifstream in(options.scenario_path, std::ios::binary);
-  if (!in) {
+  NativeFiles files;
+  std::string text;
+  FileInfo info;
+  if (!files.ReadFile(options.scenario_path, text, info, kMaxScenarioBytes)) {
     error = "cannot read scenario file '" + options.scenario_path + "'";
     return nullptr;
   }
-  std::stringstream text;
-  text << in.rdbuf();
-  auto sim = FromText(text.str(), options, error);
+  auto sim = FromText(text, options, error);
   if (!sim) error = "scenario '" + options.scenario_path + "': " + error;
   return sim;
 }
@@ -198,166 +89,16 @@ std::unique_ptr<SimPlatform> SimPlatform::FromText(const std::string& json,
   }
   std::unique_ptr<SimPlatform> sim(new SimPlatform());
   sim->options_ = options;
-  std::optional<CivilTime> start;
+  const auto& readers = ScenarioReaders();
   for (const auto& [key, value] : doc.items()) {
-    if (key == "start") {
-      if (!value.is_string() || !(start = ParseCivilTime(value.get<std::string>()))) {
-        error = "\"start\" must be a text \"YYYY-MM-DD HH:MM:SS\"";
-        return nullptr;
-      }
-    } else if (key == "env") {
-      if (!value.is_object()) {
-        error = "\"env\" must be an object of texts";
-        return nullptr;
-      }
-      for (const auto& [name, v] : value.items()) {
-        if (!v.is_string()) {
-          error = "env value '" + name + "' must be a text";
-          return nullptr;
-        }
-        sim->env_[name] = v.get<std::string>();
-      }
-    } else if (key == "counters") {
-      if (!value.is_object()) {
-        error = "\"counters\" must be an object";
-        return nullptr;
-      }
-      for (const auto& [path, spec] : value.items()) {
-        SimSeries series;
-        if (!ParseSeries(spec, series, error)) {
-          error = "counter '" + path + "': " + error;
-          return nullptr;
-        }
-        sim->counters_.series[Lower(CounterTable::LocalPart(path))] = series;
-      }
-    } else if (key == "objects") {
-      if (!value.is_object()) {
-        error = "\"objects\" must be an object";
-        return nullptr;
-      }
-      for (const auto& [object, list] : value.items()) {
-        std::vector<std::string> names;
-        if (!list.is_array()) {
-          error = "object '" + object + "' must list its instances";
-          return nullptr;
-        }
-        for (const auto& n : list) {
-          if (!n.is_string()) {
-            error = "object '" + object + "': instance names are texts";
-            return nullptr;
-          }
-          names.push_back(n.get<std::string>());
-        }
-        sim->counters_.objects[Lower(object)] = names;
-      }
-    } else if (key == "dirs") {
-      if (!value.is_array()) {
-        error = "\"dirs\" must be an array of folder names";
-        return nullptr;
-      }
-      for (const auto& d : value) {
-        if (!d.is_string()) {
-          error = "\"dirs\" must be an array of folder names";
-          return nullptr;
-        }
-        sim->files_.DeclareFolder(d.get<std::string>());
-      }
-    } else if (key == "processes") {
-      if (!value.is_array()) {
-        error = "\"processes\" must be an array of {\"pid\": N, \"path\": TEXT}";
-        return nullptr;
-      }
-      for (const auto& p : value) {
-        if (!p.is_object() || !p.contains("pid") || !p["pid"].is_number_integer() ||
-            !p.contains("path") || !p["path"].is_string()) {
-          error = "a process needs \"pid\" (a whole number) and \"path\" (a text)";
-          return nullptr;
-        }
-        for (const auto& [field, v] : p.items()) {
-          if (field != "pid" && field != "path" && field != "protected") {
-            error = "unknown key '" + field + "' in a process";
-            return nullptr;
-          }
-        }
-        const int64_t pid = p["pid"].get<int64_t>();
-        sim->running[pid] = p["path"].get<std::string>();
-        if (p.value("protected", false)) sim->protected_pids.insert(pid);
-      }
-    } else if (key == "services") {
-      if (!value.is_number_integer() || value.get<int64_t>() < 0) {
-        error = "\"services\" must be a whole number";
-        return nullptr;
-      }
-      sim->services = value.get<int64_t>();
-    } else if (key == "screen") {
-      if (!value.is_array() || value.size() != 2 || !value[0].is_number() ||
-          !value[1].is_number()) {
-        error = "\"screen\" must be [width, height] in twips";
-        return nullptr;
-      }
-      sim->screen_ = std::make_pair(value[0].get<double>(), value[1].get<double>());
-    } else if (key == "commands") {
-      if (!value.is_object()) {
-        error = "\"commands\" must be an object of output texts";
-        return nullptr;
-      }
-      for (const auto& [command, text] : value.items()) {
-        if (!text.is_string()) {
-          error = "command '" + command + "': its output must be a text";
-          return nullptr;
-        }
-        sim->commands[Lower(command)] = text.get<std::string>();
-      }
-    } else if (key == "wmi") {
-      if (!ParseWmi(value, sim->wmi, error)) return nullptr;
-    } else if (key == "processor") {
-      if (!value.is_object()) {
-        error = "\"processor\" must be an object";
-        return nullptr;
-      }
-      for (const auto& [name, v] : value.items()) {
-        if (name == "type" && WholeNumber(v, 0, 0xFFFFFFFFLL)) {
-          sim->processor.type = static_cast<uint32_t>(v.get<int64_t>());
-        } else if (name == "level" && WholeNumber(v, 0, 0xFFFF)) {
-          sim->processor.level = static_cast<uint16_t>(v.get<int64_t>());
-        } else if (name == "revision" && WholeNumber(v, 0, 0xFFFF)) {
-          sim->processor.revision = static_cast<uint16_t>(v.get<int64_t>());
-        } else if (name == "mhz" && WholeNumber(v, 0, 0xFFFFFFFFLL)) {
-          sim->mhz = static_cast<uint32_t>(v.get<int64_t>());
-        } else if (name == "type" || name == "level" || name == "revision" || name == "mhz") {
-          error = "processor '" + name + "' must be a whole number in its range";
-          return nullptr;
-        } else {
-          error = "unknown key '" + name + "' in \"processor\"";
-          return nullptr;
-        }
-      }
-    } else if (key == "disks") {
-      if (!value.is_object()) {
-        error = "\"disks\" must be an object of drives";
-        return nullptr;
-      }
-      for (const auto& [root, disk] : value.items()) {
-        Disk d;
-        if (!disk.is_object()) {
-          error = "disk '" + root + "' must be {\"total\": bytes, \"free\": bytes}";
-          return nullptr;
-        }
-        for (const auto& [name, v] : disk.items()) {
-          if ((name != "total" && name != "free") || !v.is_number()) {
-            error = "disk '" + root + "' must be {\"total\": bytes, \"free\": bytes}";
-            return nullptr;
-          }
-          (name == "total" ? d.total : d.free) = v.get<double>();
-        }
-        sim->disks[Upper(root)] = d;
-      }
-    } else {
+    auto reader = readers.find(key);
+    if (reader == readers.end()) {
       error = "unknown key '" + key + "'";
       return nullptr;
     }
+    if (!reader->second(*sim, value, error)) return nullptr;
   }
-  if (options.start) start = options.start;
+  std::optional<CivilTime> start = options.start ? options.start : sim->scenario_start;
   if (!start) start = RealTimeSource().Now();
   start->millis = 0;
   sim->time_ = std::make_unique<VirtualTimeSource>(*start, options.speed);
@@ -366,10 +107,10 @@ std::unique_ptr<SimPlatform> SimPlatform::FromText(const std::string& json,
 }
 
 std::string SimPlatform::Environment(const std::string& name) {
-  auto it = env_.find(name);
-  if (it != env_.end()) return it->second;
-  for (const auto& [n, value] : env_) {
-    if (Lower(n) == Lower(name)) return value;
+  auto it = env.find(name);
+  if (it != env.end()) return it->second;
+  for (const auto& [n, value] : env) {
+    if (LowerText(n) == LowerText(name)) return value;
   }
   return {};
 }
@@ -385,9 +126,9 @@ bool SimPlatform::AskYesNo(const std::string& text) {
 }
 
 bool SimPlatform::ScreenSize(double& width, double& height) {
-  if (!screen_) return false;
-  width = screen_->first;
-  height = screen_->second;
+  if (!screen) return false;
+  width = screen->first;
+  height = screen->second;
   return true;
 }
 
@@ -428,7 +169,7 @@ bool SimPlatform::CountServices(int kind, int state, const std::string& machine,
 
 int64_t SimPlatform::FindProcessByPath(const std::string& path) {
   for (const auto& [pid, program] : running) {
-    if (Lower(program) == Lower(path)) return pid;
+    if (LowerText(program) == LowerText(path)) return pid;
   }
   return 0;
 }
@@ -449,7 +190,7 @@ std::optional<std::string> SimPlatform::CommandOutput(const std::string& command
   // A scenario names a command by its program's last path component and its
   // arguments: the command line must end with that text, just after a path
   // separator or as the whole line.
-  const std::string line = Lower(command_line);
+  const std::string line = LowerText(command_line);
   for (const auto& [key, text] : commands) {
     if (key.empty() || line.size() < key.size()) continue;
     const size_t at = line.size() - key.size();
@@ -470,7 +211,7 @@ CommandStart SimPlatform::StartCommand(const std::string& command_line,
 
 bool SimPlatform::QueryWmi(const std::string& query, std::vector<WmiRow>& rows) {
   rows.clear();
-  auto it = wmi.find(Lower(WmiClassOf(query)));
+  auto it = wmi.find(LowerText(WmiClassOf(query)));
   if (it == wmi.end()) return false;
   rows = it->second;
   return true;
@@ -483,7 +224,7 @@ bool SimPlatform::ProcessorMHz(uint32_t& value) {
 }
 
 bool SimPlatform::DiskFreeSpace(const std::string& root, double& total, double& free_bytes) {
-  auto it = disks.find(Upper(root));
+  auto it = disks.find(UpperText(root));
   if (it == disks.end()) return false;
   total = it->second.total;
   free_bytes = it->second.free;

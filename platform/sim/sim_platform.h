@@ -10,9 +10,11 @@
 #include <vector>
 
 #include "platform/counter_table.h"
-#include "platform/files.h"
 #include "platform/native/instance_lock.h"
+#include "platform/native/native_network.h"
+#include "platform/native/time_sources.h"
 #include "platform/platform.h"
+#include "platform/sim/sim_files.h"
 
 namespace tarnex {
 
@@ -49,6 +51,9 @@ class SimCounters : public CounterTable {
 
 class SimPlatform : public Platform {
  public:
+  // The largest scenario file read.
+  static constexpr size_t kMaxScenarioBytes = 64 << 20;
+
   // Reads the scenario; on failure returns null and says why in `error`.
   static std::unique_ptr<SimPlatform> Load(const SimOptions& options, std::string& error);
   // A scenario given as JSON text (tests).
@@ -58,6 +63,7 @@ class SimPlatform : public Platform {
   EventLoop& Loop() override { return *loop_; }
   PerfCounters& Counters() override { return counters_; }
   Files& Fs() override { return files_; }
+  Network& Net() override { return net_; }
   std::string Environment(const std::string& name) override;
   void ShowMessage(const std::string& text) override;
   bool AskYesNo(const std::string& text) override;
@@ -86,6 +92,12 @@ class SimPlatform : public Platform {
 
   VirtualTimeSource& Time() { return *time_; }
   SimCounters& Sim() { return counters_; }
+  SimFiles& SimFs() { return files_; }
+
+  // The scenario's start time, environment and desktop (width, height).
+  std::optional<CivilTime> scenario_start;
+  std::map<std::string, std::string> env;
+  std::optional<std::pair<double, double>> screen;
 
   // What the simulated machine saw, for tests and the model dump.
   std::vector<std::string> messages;
@@ -114,17 +126,13 @@ class SimPlatform : public Platform {
   SimPlatform() = default;
 
   SimOptions options_;
-  std::map<std::string, std::string> env_;
-  std::optional<std::pair<double, double>> screen_;
   std::unique_ptr<VirtualTimeSource> time_;
   std::unique_ptr<EventLoop> loop_;
   SimCounters counters_;
   SimFiles files_;
+  NativeNetwork net_;
   InstanceLock lock_;
   int64_t next_pid_ = 1000;
 };
-
-// "YYYY-MM-DD HH:MM:SS" as a local time.
-std::optional<CivilTime> ParseCivilTime(const std::string& text);
 
 }  // namespace tarnex

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string>
 
 namespace tarnex {
 
@@ -69,9 +71,24 @@ constexpr int DayOfYear(const CivilTime& t) {
   return static_cast<int>(DaysFromCivil(t.year, t.month, t.day) - DaysFromCivil(t.year, 1, 1) + 1);
 }
 
+// The calendar comparisons of the roll-overs: the same day, month or year.
+constexpr bool SameDay(const CivilTime& a, const CivilTime& b) {
+  return a.year == b.year && a.month == b.month && a.day == b.day;
+}
+constexpr bool SameMonth(const CivilTime& a, const CivilTime& b) {
+  return a.year == b.year && a.month == b.month;
+}
+constexpr bool SameYear(const CivilTime& a, const CivilTime& b) {
+  return a.year == b.year;
+}
+
 // Seconds since midnight, with the fraction.
 constexpr double SecondsSinceMidnight(const CivilTime& t) {
   return t.hour * 3600.0 + t.minute * 60.0 + t.second + t.millis / 1000.0;
 }
+
+// "YYYY-MM-DD HH:MM:SS" as a local time; nothing when the text is not a valid
+// date and time in that form.
+std::optional<CivilTime> ParseCivilTime(const std::string& text);
 
 }  // namespace tarnex

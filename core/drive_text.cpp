@@ -1,6 +1,6 @@
-#include "mail/drive_text.h"
+#include "core/drive_text.h"
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 
 namespace tarnex {
 

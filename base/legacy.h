@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/civil_time.h"
+#include "base/civil_time.h"
 
 namespace tarnex::legacy {
 

@@ -1,7 +1,7 @@
 // The legacy runtime's text and number behaviour. None of these functions
 // throws: every input, however odd, gives some text or number.
 
-#include "core/legacy.h"
+#include "base/legacy.h"
 
 #include <array>
 #include <cctype>

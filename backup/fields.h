@@ -1,0 +1,23 @@
+// Fields of the server model owned by the back-up control: the sending of new
+// back-up files, the back-up path and clock, the programs closed for a full
+// back-up, and the list of what is backed up.
+#pragma once
+
+// X(type, name, initial value); the types are those of core/model.h.
+#define TARNEX_BACKUP_FIELDS(X)                                    \
+  /* the back-up settings of the main screen */                    \
+  X(int32_t, Check1, 0)                                            \
+  X(Text, Text1, "")                                               \
+  X(Text, BUPath, "")                                              \
+  X(Flags<2>, SendOpt, {})                                         \
+  X(Text, BUFreq, "")                                              \
+  X(double, BackupInterval, 0)                                     \
+  X(Text, CRTime, "")                                              \
+  X(int32_t, CloseCHK, 0)                                          \
+  /* the programs closed and started again around a full back-up */\
+  X(Texts<4>, CloseME, {})                                         \
+  X(Texts<4>, CmdLine, {})                                         \
+  /* the file back-up list */                                      \
+  X(TextList, List2, {})                                           \
+  /* run-time scratch zeroed at start */                           \
+  X(double, BackupCount, 0)

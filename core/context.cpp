@@ -1,0 +1,44 @@
+#include "core/context.h"
+
+#include "base/legacy.h"
+
+namespace tarnex {
+
+std::string Context::NativeSettingsPath(const std::string& file) {
+  return platform_.Fs().Native(!file.empty() && file[0] == '\\' ? Path(file) : file);
+}
+
+std::string Context::INIRead(const std::string& file, const std::string& section,
+                             const std::string& key) {
+  const std::string native = NativeSettingsPath(file);
+  if (native.empty()) return {};
+  return profiles_.Read(native, section, key);
+}
+
+void Context::INIWrite(const std::string& file, const std::string& section,
+                       const std::string& key, const std::string& value) {
+  const std::string native = NativeSettingsPath(file);
+  if (native.empty()) return;
+  std::string clean;
+  clean.reserve(value.size());
+  for (char c : value) {
+    if (c != '\0') clean += c;
+  }
+  profiles_.Write(native, section, key, clean);
+}
+
+double Context::ReadCounter(int32_t handle) {
+  uint32_t status = 0;
+  return platform_.Counters().GetDoubleCounterValue(handle, status);
+}
+
+void Context::ShowMessage(const std::string& text) {
+  model_.OperatorMessages.push_back(text);
+  platform_.ShowMessage(text);
+}
+
+void ReadFlag(const std::string& text, int32_t& flag) {
+  if (auto n = legacy::ImplicitNumber(text)) flag = static_cast<int32_t>(legacy::CLng(*n));
+}
+
+}  // namespace tarnex

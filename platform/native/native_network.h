@@ -1,0 +1,21 @@
+// The host's TCP sockets over IPv4, non-blocking.
+#pragma once
+
+#include "platform/network.h"
+
+namespace tarnex {
+
+class NativeNetwork : public Network {
+ public:
+  int Listen(int port, int& bound_port) override;
+  int Accept(int listener) override;
+  std::string PeerAddress(int fd, int& port) override;
+  bool Resolve(const std::string& host, std::string& address) override;
+  int Connect(const std::string& address, int port) override;
+  bool ConnectSucceeded(int fd) override;
+  int64_t Send(int fd, const char* data, size_t size) override;
+  int64_t Receive(int fd, char* data, size_t size) override;
+  void Close(int fd) override;
+};
+
+}  // namespace tarnex

@@ -1,0 +1,55 @@
+// The simulated machine's processes, services and programs.
+#include "platform/sim/scenario.h"
+#include "platform/sim/sim_platform.h"
+
+namespace tarnex {
+
+bool ReadProcesses(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
+  if (!value.is_array()) {
+    error = "\"processes\" must be an array of {\"pid\": N, \"path\": TEXT}";
+    return false;
+  }
+  for (const auto& p : value) {
+    if (!p.is_object() || !p.contains("pid") || !p["pid"].is_number_integer() ||
+        !p.contains("path") || !p["path"].is_string()) {
+      error = "a process needs \"pid\" (a whole number) and \"path\" (a text)";
+      return false;
+    }
+    for (const auto& [field, v] : p.items()) {
+      if (field != "pid" && field != "path" && field != "protected") {
+        error = "unknown key '" + field + "' in a process";
+        return false;
+      }
+    }
+    const int64_t pid = p["pid"].get<int64_t>();
+    sim.running[pid] = p["path"].get<std::string>();
+    if (p.value("protected", false)) sim.protected_pids.insert(pid);
+  }
+  return true;
+}
+
+bool ReadServices(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
+  if (!value.is_number_integer() || value.get<int64_t>() < 0) {
+    error = "\"services\" must be a whole number";
+    return false;
+  }
+  sim.services = value.get<int64_t>();
+  return true;
+}
+
+bool ReadCommands(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
+  if (!value.is_object()) {
+    error = "\"commands\" must be an object of output texts";
+    return false;
+  }
+  for (const auto& [command, text] : value.items()) {
+    if (!text.is_string()) {
+      error = "command '" + command + "': its output must be a text";
+      return false;
+    }
+    sim.commands[LowerText(command)] = text.get<std::string>();
+  }
+  return true;
+}
+
+}  // namespace tarnex
