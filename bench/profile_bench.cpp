@@ -126,27 +126,36 @@ void BM_ReadSoonAfterChange(benchmark::State& state) {
 }
 BENCHMARK(BM_ReadSoonAfterChange)->Repetitions(5)->ReportAggregatesOnly(true);
 
-// Writes `count` changed values, the first from `i`; flushes (untimed) every
-// 256 writes so that the pending changes stay as few as in a turn of the loop.
-void BM_Write(benchmark::State& state) {
-  Fixture& f = Files();
-  tarnex::ProfileStore store(Host());
+// Runs `write` once an iteration with the iteration's number; flushes (untimed)
+// every 256 writes so that the pending changes stay as few as in a turn of
+// the program's loop.
+template <typename Write, typename Flush>
+void TimeWrites(benchmark::State& state, Write write, Flush flush) {
   std::size_t i = 0;
   for (auto _ : state) {
-    const std::size_t k = i % f.keys.size();
-    const std::string value = std::to_string(2000000 + i);  // always a change
-    ++i;
-    if (!store.Write(f.file, f.SectionOf(k), f.keys[k], value)) {
+    if (!write(i++)) {
       state.SkipWithError("write failed");
       break;
     }
     if (i % 256 == 0) {
       state.PauseTiming();
-      store.Flush();
+      flush();
       state.ResumeTiming();
     }
   }
-  store.Flush();
+  flush();
+}
+
+void BM_Write(benchmark::State& state) {
+  Fixture& f = Files();
+  tarnex::ProfileStore store(Host());
+  TimeWrites(
+      state,
+      [&](std::size_t i) {
+        const std::size_t k = i % f.keys.size();
+        return store.Write(f.file, f.SectionOf(k), f.keys[k], std::to_string(2000000 + i));
+      },
+      [&] { store.Flush(); });
 }
 BENCHMARK(BM_Write)->Repetitions(5)->ReportAggregatesOnly(true);
 
@@ -159,19 +168,15 @@ void BM_INIWrite(benchmark::State& state) {
   if (!sim) std::abort();
   tarnex::App app(*sim, f.dir);
   tarnex::Context& ctx = app.ctx();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    const std::size_t k = i % f.keys.size();
-    ctx.INIWrite(tarnex::Context::kSettingsFile, f.SectionOf(k), f.keys[k],
-                 std::to_string(3000000 + i));
-    ++i;
-    if (i % 256 == 0) {
-      state.PauseTiming();
-      app.Flush();
-      state.ResumeTiming();
-    }
-  }
-  app.Flush();
+  TimeWrites(
+      state,
+      [&](std::size_t i) {
+        const std::size_t k = i % f.keys.size();
+        ctx.INIWrite(tarnex::Context::kSettingsFile, f.SectionOf(k), f.keys[k],
+                     std::to_string(3000000 + i));
+        return true;
+      },
+      [&] { app.Flush(); });
 }
 BENCHMARK(BM_INIWrite)->Repetitions(5)->ReportAggregatesOnly(true);
 

@@ -16,10 +16,12 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "platform/fault_platform.h"
 #include "platform/native/native_files.h"
 
 namespace tarnex {
@@ -78,12 +80,11 @@ class ProfileTest : public ::testing::Test {
   // A write as one step: the store takes it, and the file is written as it
   // is when the program's loop next waits.
   static bool WriteNow(ProfileStore& store, const std::string& path, std::string_view section,
-                       std::optional<std::string_view> key,
-                       std::optional<std::string_view> value) {
+                       std::optional<std::string_view> key, std::optional<std::string_view> value) {
     return store.Write(path, section, key, value) && store.Flush();
   }
-  bool Write(const std::string& path, std::string_view section,
-             std::optional<std::string_view> key, std::optional<std::string_view> value) {
+  bool Write(const std::string& path, std::string_view section, std::optional<std::string_view> key,
+             std::optional<std::string_view> value) {
     return WriteNow(store_, path, section, key, value);
   }
 
@@ -454,15 +455,112 @@ TEST_F(ProfileTest, WriteOverAFolderFails) {
   EXPECT_TRUE(std::filesystem::is_directory(path_));
 }
 
-TEST_F(ProfileTest, WriteToReadOnlyFolderFailsAndKeepsOldFile) {
-  if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind the superuser";
+// A store whose file operations fail as a test says.
+class FaultyProfileTest : public ProfileTest {
+ protected:
+  FaultInjector faults_;
+  FaultFiles faulty_{faults_, files_};
+  ProfileStore faulty_store_{faulty_};
+};
+
+TEST_F(FaultyProfileTest, FailedRenameKeepsTheOldFileAndNoTemporaryFile) {
   Put("[S]\r\nk=old\r\n");
-  ASSERT_EQ(::chmod(dir_.c_str(), 0500), 0);
-  EXPECT_FALSE(Write(path_, "S", "k", "new"));
-  ASSERT_EQ(::chmod(dir_.c_str(), 0700), 0);
+  faults_.Inject({.op = "rename", .subject = "", .times = 1});
+  EXPECT_TRUE(faulty_store_.Write(path_, "S", "k", "new"));
+  EXPECT_FALSE(faulty_store_.Flush());
+  EXPECT_EQ(faults_.Failed("rename"), 1);
   EXPECT_EQ(Contents(), "[S]\r\nk=old\r\n");
-  EXPECT_EQ(store_.Read(path_, "S", "k"), "old");
+  EXPECT_EQ(faulty_store_.Read(path_, "S", "k"), "old");
   EXPECT_EQ(DirEntries(), std::vector<std::string>{"Tarnex.Tnx"});
+  // The next write goes through.
+  EXPECT_TRUE(faulty_store_.Write(path_, "S", "k", "new") && faulty_store_.Flush());
+  EXPECT_EQ(Contents(), "[S]\r\nk=new\r\n");
+}
+
+TEST_F(FaultyProfileTest, FailedWriteOfTheNewContentKeepsTheOldFile) {
+  Put("[S]\r\nk=old\r\n");
+  faults_.Inject({.op = "write", .subject = "", .skip = 0, .times = 1, .partial = 5});
+  EXPECT_TRUE(faulty_store_.Write(path_, "S", "k", "new"));
+  EXPECT_FALSE(faulty_store_.Flush());
+  EXPECT_EQ(Contents(), "[S]\r\nk=old\r\n");
+  EXPECT_EQ(DirEntries(), std::vector<std::string>{"Tarnex.Tnx"});
+}
+
+TEST_F(FaultyProfileTest, WritesBetweenTwoFlushesAreOneReplacement) {
+  Put("[S]\r\nk=0\r\n");
+  // A second rename would fail: there must be only one.
+  faults_.Inject({.op = "rename", .subject = "", .skip = 1});
+  ASSERT_TRUE(faulty_store_.Write(path_, "S", "k", "1"));
+  ASSERT_TRUE(faulty_store_.Write(path_, "S", "j", "2"));
+  ASSERT_TRUE(faulty_store_.Write(path_, "T", "x", "3"));
+  ASSERT_TRUE(faulty_store_.Write(path_, "S", "k", "4"));
+  EXPECT_EQ(Contents(), "[S]\r\nk=0\r\n") << "nothing on disk before the flush";
+  EXPECT_TRUE(faulty_store_.Dirty());
+  ASSERT_TRUE(faulty_store_.Flush());
+  EXPECT_FALSE(faulty_store_.Dirty());
+  EXPECT_EQ(faults_.Failed("rename"), 0);
+  EXPECT_EQ(Contents(), "[S]\r\nk=4\r\nj=2\r\n[T]\r\nx=3\r\n");
+  EXPECT_TRUE(faulty_store_.Flush()) << "nothing left to write";
+}
+
+TEST_F(ProfileTest, ReadSeesThisProcesssWritesBeforeTheFlush) {
+  ASSERT_TRUE(store_.Write(path_, "S", "k", "1"));
+  EXPECT_FALSE(std::filesystem::exists(path_));
+  EXPECT_EQ(store_.Read(path_, "S", "k"), "1");
+  EXPECT_EQ(store_.SectionKeys(path_, "S"), "k"s + '\0');
+  ASSERT_TRUE(store_.Flush());
+  EXPECT_EQ(Contents(), "[S]\r\nk=1\r\n");
+}
+
+TEST_F(ProfileTest, ChangeByAnotherProgramBeforeTheFlushIsKept) {
+  Put("[S]\r\nk=0\r\n");
+  ASSERT_TRUE(store_.Write(path_, "S", "k", "1"));
+  Put("[S]\r\nk=0\r\ntheirs=2\r\n");
+  ASSERT_TRUE(store_.Flush());
+  EXPECT_EQ(Contents(), "[S]\r\nk=1\r\ntheirs=2\r\n");
+  EXPECT_EQ(store_.Read(path_, "S", "theirs"), "2");
+}
+
+TEST_F(ProfileTest, FileRemovedBeforeTheFlushIsMadeAgainWithTheWrites) {
+  Put("[S]\r\nk=0\r\nold=1\r\n");
+  ASSERT_TRUE(store_.Write(path_, "S", "k", "1"));
+  ASSERT_EQ(::unlink(path_.c_str()), 0);
+  ASSERT_TRUE(store_.Flush());
+  EXPECT_EQ(Contents(), "[S]\r\nk=1\r\n");
+}
+
+TEST_F(ProfileTest, ValuesRewrittenInPlaceReadBackAsAFreshReadingFindsThem) {
+  Put("[A]\r\n  one = 1 \r\ntwo=\"2\"\r\n[B]\r\nthree=333333\r\n; note\r\nfour=4");
+  const std::vector<std::tuple<std::string, std::string, std::string>> writes = {
+      {"A", "ONE", "a much longer value than before"},
+      {"B", "three", "3"},
+      {"A", "two", "'quoted'"},
+      {"B", "four", "  blanks  "},
+      {"A", "one", ""},
+      {"B", "three", "three again"}};
+  for (const auto& [section, key, value] : writes) {
+    ASSERT_TRUE(store_.Write(path_, section, key, value));
+  }
+  EXPECT_EQ(store_.Read(path_, "A", "one"), "");
+  EXPECT_EQ(store_.Read(path_, "A", "two"), "quoted");
+  EXPECT_EQ(store_.Read(path_, "B", "three"), "three again");
+  EXPECT_EQ(store_.Read(path_, "B", "four"), "blanks");
+  ASSERT_TRUE(store_.Flush());
+  EXPECT_EQ(Contents(),
+            "[A]\r\none=\r\ntwo='quoted'\r\n[B]\r\nthree=three again\r\n; note\r\n"
+            "four=  blanks  \r\n");
+  ProfileStore fresh(files_);
+  EXPECT_EQ(fresh.Read(path_, "a", "ONE"), "");
+  EXPECT_EQ(fresh.Read(path_, "A", "two"), "quoted");
+  EXPECT_EQ(fresh.Read(path_, "b", "three"), "three again");
+  EXPECT_EQ(fresh.Read(path_, "B", "four"), "blanks");
+}
+
+TEST_F(ProfileTest, ValueHoldingALineEndStartsANewLine) {
+  Put("[S]\r\nk=0\r\n");
+  ASSERT_TRUE(Write(path_, "S", "k", "1\r\nz=2"));
+  EXPECT_EQ(Contents(), "[S]\r\nk=1\r\nz=2\r\n");
+  EXPECT_EQ(store_.Read(path_, "S", "z"), "2");
 }
 
 // A write that fails halfway (here: the file size limit) leaves the old file
@@ -493,8 +591,8 @@ TEST_F(ProfileTest, FailedWriteRemovesTemporaryFileAndKeepsOldFile) {
 
 TEST_F(ProfileTest, ManyWritesLeaveNoTemporaryFileBehind) {
   for (int i = 0; i < 300; ++i) {
-    ASSERT_TRUE(Write(path_, "S" + std::to_string(i % 7), "k" + std::to_string(i % 13),
-                             std::to_string(i)));
+    ASSERT_TRUE(
+        Write(path_, "S" + std::to_string(i % 7), "k" + std::to_string(i % 13), std::to_string(i)));
   }
   EXPECT_EQ(DirEntries(), std::vector<std::string>{"Tarnex.Tnx"});
   EXPECT_EQ(store_.Read(path_, "S6", "k0"), "286");  // last i with i%7==6, i%13==0

@@ -34,7 +34,8 @@ TEST(Settings, LongValueReadsBackCutTo1023) {
   SimApp s;
   ASSERT_TRUE(s.app().FormLoad());
   s.ctx().INIWrite(Context::kSettingsFile, "Server", "Message List", std::string(1100, 'z'));
-  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "Message List"), std::string(1023, 'z'));
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "Message List"),
+            std::string(1023, 'z'));
 }
 
 TEST(Settings, SameKeyInUpperAndLowerCaseIsOneKey) {
@@ -256,6 +257,58 @@ TEST(Save, PortInUseLeavesTheListenerClosed) {
   s.app().Command1();
   EXPECT_EQ(s.app().Listener(0).state(), Winsock::kClosed);
   EXPECT_EQ(s.app().Listener(0).LastError(), Winsock::kErrAddressInUse);
+}
+
+}  // namespace
+}  // namespace tarnex::testing
+
+namespace tarnex::testing {
+namespace {
+
+bool FileHas(const std::string& path, const std::string& text) {
+  return ReadFile(path).find(text) != std::string::npos;
+}
+
+TEST(SettingsStore, WritesOfATurnReachTheDiskWhenTheLoopYields) {
+  SimApp s;
+  ASSERT_TRUE(s.app().FormLoad());
+  s.loop().DoEvents();
+  const std::string file = s.dir() + "/Bin/Tarnex.Tnx";
+  s.ctx().INIWrite(Context::kSettingsFile, "Server", "Server Name", "Main");
+  EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "Server Name"), "Main");
+  EXPECT_FALSE(FileHas(file, "Server Name=Main"));
+  s.loop().DoEvents();
+  EXPECT_TRUE(FileHas(file, "Server Name=Main\r\n"));
+}
+
+TEST(SettingsStore, ACompanionReadingDuringAWaitSeesTheSettingsSavedBeforeIt) {
+  SimApp s;
+  s.model().Check1 = 1;
+  ASSERT_TRUE(s.app().FormLoad());
+  ASSERT_EQ(s.sim().started.size(), 1u);  // the companion runs
+  const std::string file = s.dir() + "/Bin/Tarnex.Tnx";
+  // Something that reads the file while the Save waits for the companion.
+  bool seen = false;
+  const int reader = s.loop().AddTimer([&] { seen = seen || FileHas(file, "BU Freq=90\r\n"); });
+  s.loop().SetTimerInterval(reader, 100);
+  s.loop().SetTimerEnabled(reader, true);
+  s.model().BUFreq = "90";
+  s.app().Command1();
+  EXPECT_TRUE(seen);
+  s.loop().RemoveTimer(reader);
+}
+
+TEST(SettingsStore, TheApplicationWritesWhatIsLeftWhenItEnds) {
+  const std::string dir = MakeTempDir();
+  {
+    SimApp s(kBasicScenario, dir);
+    s.Keep();
+    ASSERT_TRUE(s.app().FormLoad());
+    s.loop().DoEvents();
+    s.ctx().INIWrite(Context::kSettingsFile, "Server", "Server Name", "Last");
+  }
+  EXPECT_TRUE(FileHas(dir + "/Bin/Tarnex.Tnx", "Server Name=Last\r\n"));
+  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "core/app.h"
+#include "platform/fault_platform.h"
 #include "platform/sim/sim_platform.h"
 
 namespace tarnex::testing {
@@ -51,20 +52,27 @@ constexpr const char* kBasicScenario = R"({
   }
 })";
 
-// A simulated machine with the application on it, in a fresh folder.
+// A simulated machine with the application on it, in a fresh folder. With
+// faults, the application sees the machine through a FaultPlatform, whose
+// faults() a test injects.
 class SimApp {
  public:
-  explicit SimApp(const std::string& scenario = kBasicScenario, std::string dir = "")
+  enum class Faults { kNone, kInjectable };
+
+  explicit SimApp(const std::string& scenario = kBasicScenario, std::string dir = "",
+                  Faults faults = Faults::kNone)
       : dir_(dir.empty() ? MakeTempDir() : std::move(dir)) {
     SimOptions options;
     options.quiet = true;
     std::string error;
     sim_ = SimPlatform::FromText(scenario, options, error);
     if (!sim_) ADD_FAILURE() << "scenario: " << error;
-    app_ = std::make_unique<App>(*sim_, dir_);
+    if (faults == Faults::kInjectable) faults_ = std::make_unique<FaultPlatform>(*sim_);
+    app_ = std::make_unique<App>(faults_ ? static_cast<Platform&>(*faults_) : *sim_, dir_);
   }
   ~SimApp() {
     app_.reset();
+    faults_.reset();
     sim_.reset();
     std::error_code ignored;
     if (owns_) std::filesystem::remove_all(dir_, ignored);
@@ -75,6 +83,7 @@ class SimApp {
   Context& ctx() { return app_->ctx(); }
   ServerModel& model() { return app_->model(); }
   SimPlatform& sim() { return *sim_; }
+  FaultPlatform& faults() { return *faults_; }
   EventLoop& loop() { return sim_->Loop(); }
   const std::string& dir() const { return dir_; }
   // A file of the installation folder as it is on disk, once the settings
@@ -89,6 +98,7 @@ class SimApp {
   std::string dir_;
   bool owns_ = true;
   std::unique_ptr<SimPlatform> sim_;
+  std::unique_ptr<FaultPlatform> faults_;
   std::unique_ptr<App> app_;
 };
 

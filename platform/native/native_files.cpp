@@ -9,6 +9,7 @@
 #include <ctime>
 
 #include "platform/native/native_path.h"
+#include "platform/native/time_sources.h"
 
 namespace tarnex {
 
@@ -124,17 +125,7 @@ int64_t NativeFiles::ClockNs() const {
 }
 
 std::optional<CivilTime> NativeFiles::LocalTime(int64_t epoch_seconds) const {
-  struct tm local {};
-  const time_t seconds = static_cast<time_t>(epoch_seconds);
-  if (::localtime_r(&seconds, &local) == nullptr) return std::nullopt;
-  CivilTime t;
-  t.year = local.tm_year + 1900;
-  t.month = local.tm_mon + 1;
-  t.day = local.tm_mday;
-  t.hour = local.tm_hour;
-  t.minute = local.tm_min;
-  t.second = local.tm_sec;
-  return t;
+  return LocalCivilTime(epoch_seconds);
 }
 
 }  // namespace tarnex

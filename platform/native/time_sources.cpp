@@ -29,18 +29,24 @@ int64_t RealTimeSource::MonotonicMs() const {
   return ClockMs(CLOCK_MONOTONIC);
 }
 
-CivilTime RealTimeSource::Now() const {
-  timespec ts{};
-  clock_gettime(CLOCK_REALTIME, &ts);
+std::optional<CivilTime> LocalCivilTime(int64_t epoch_seconds) {
   tm local{};
-  localtime_r(&ts.tv_sec, &local);
+  const time_t seconds = static_cast<time_t>(epoch_seconds);
+  if (localtime_r(&seconds, &local) == nullptr) return std::nullopt;
   CivilTime t;
   t.year = local.tm_year + 1900;
   t.month = local.tm_mon + 1;
   t.day = local.tm_mday;
   t.hour = local.tm_hour;
   t.minute = local.tm_min;
-  t.second = local.tm_sec > 59 ? 59 : local.tm_sec;
+  t.second = local.tm_sec > 59 ? 59 : local.tm_sec;  // a leap second reads as :59
+  return t;
+}
+
+CivilTime RealTimeSource::Now() const {
+  timespec ts{};
+  clock_gettime(CLOCK_REALTIME, &ts);
+  CivilTime t = LocalCivilTime(ts.tv_sec).value_or(CivilTime{});
   t.millis = static_cast<int>(ts.tv_nsec / 1000000);
   return t;
 }

@@ -2,9 +2,14 @@
 // simulated machine.
 #pragma once
 
+#include <optional>
+
 #include "platform/event_loop.h"
 
 namespace tarnex {
+
+// Seconds since 1970 as this host's local time.
+std::optional<CivilTime> LocalCivilTime(int64_t epoch_seconds);
 
 // The host's clocks: CLOCK_MONOTONIC, CLOCK_REALTIME in local time, poll(2).
 class RealTimeSource : public TimeSource {
