@@ -232,6 +232,56 @@ TEST_F(EventLoopTest, DisablingStopsTheTimer) {
   EXPECT_EQ(log.size(), 4u);
 }
 
+TEST_F(EventLoopTest, RemovedTimerNeverFiresAgain) {
+  std::vector<int64_t> log;
+  const int id = LoggingTimer(100, log);
+  loop_.Wait(250);
+  ASSERT_EQ(log.size(), 2u);
+  loop_.RemoveTimer(id);
+  EXPECT_FALSE(loop_.TimerEnabled(id));
+  EXPECT_FALSE(loop_.SetTimerInterval(id, 100));
+  loop_.SetTimerEnabled(id, true);
+  loop_.Wait(1000);
+  EXPECT_EQ(log.size(), 2u);
+}
+
+TEST_F(EventLoopTest, TimerRemovingItselfInItsHandlerFinishesThatRun) {
+  int calls = 0;
+  int id = 0;
+  id = loop_.AddTimer([&] {
+    ++calls;
+    loop_.RemoveTimer(id);
+    ++calls;  // the handler runs on after its timer is gone
+  });
+  loop_.SetTimerInterval(id, 100);
+  loop_.SetTimerEnabled(id, true);
+  loop_.Wait(1000);
+  EXPECT_EQ(calls, 2);
+}
+
+TEST_F(EventLoopTest, BeforeSleepHooksRunAtTheStartOfEveryTurn) {
+  int hooks = 0;
+  std::vector<int> order;
+  const int hook = loop_.AddBeforeSleep([&] {
+    ++hooks;
+    order.push_back(0);
+  });
+  const int timer = loop_.AddTimer([&] { order.push_back(1); });
+  loop_.SetTimerInterval(timer, 100);
+  loop_.SetTimerEnabled(timer, true);
+  loop_.DoEvents();  // a yield is a turn
+  EXPECT_EQ(hooks, 1);
+  loop_.Wait(100);  // a wait runs a turn (or more) before each sleep
+  EXPECT_GE(hooks, 2);
+  ASSERT_GE(order.size(), 3u);
+  EXPECT_EQ(order[order.size() - 2], 0) << "the hook runs before the timer of its turn";
+  EXPECT_EQ(order.back(), 1);
+  loop_.RemoveBeforeSleep(hook);
+  const int before = hooks;
+  loop_.Wait(300);
+  EXPECT_EQ(hooks, before);
+}
+
 TEST_F(EventLoopTest, TimerDisablingItselfInItsHandlerStops) {
   int calls = 0;
   int id = 0;
