@@ -1,8 +1,76 @@
 #include "backup/backup_settings.h"
 
 #include "base/legacy.h"
+#include "core/lists.h"
 
 namespace tarnex {
+
+namespace {
+
+constexpr const char* kSettings = Context::kSettingsFile;
+
+// The entries of a list file: with `trim`, each line trimmed; empty ones left
+// out either way.
+TextList ListEntries(Context& ctx, const char* name, bool create, bool trim) {
+  TextList entries;
+  for (const std::string& line : ReadListFile(ctx, name, create)) {
+    const std::string entry = trim ? legacy::Trim(line) : line;
+    if (!entry.empty()) entries.push_back(entry);
+  }
+  return entries;
+}
+
+}  // namespace
+
+void LoadBackupSettings(Context& ctx) {
+  auto& m = ctx.model();
+  m.List2 = ListEntries(ctx, "\\Bin\\ServerBackup.Tnx", true, true);
+  ReadFlag(ctx.INIRead(kSettings, "Server", "BU to Remotes"), m.Check1);
+  m.Text1 = ctx.INIRead(kSettings, "Server", "BU Path");
+  m.BUPath = ctx.INIRead(kSettings, "Server", "BU Path");
+  ReadFlag(ctx.INIRead(kSettings, "Server", "Send 24"), m.SendOpt[0]);
+  ReadFlag(ctx.INIRead(kSettings, "Server", "Send 6"), m.SendOpt[1]);
+  if (m.SendOpt[0] == 0 && m.SendOpt[1] == 0) m.SendOpt[0] = -1;  // the option set on
+}
+
+void LoadBackupClock(Context& ctx) {
+  auto& m = ctx.model();
+  // "155" stands where the series would have 255.
+  m.BUFreqList = {"15",  "30",  "45",  "60",  "75",  "90",  "105", "120", "135", "150",
+                  "165", "180", "195", "210", "225", "240", "155", "270", "285", "300",
+                  "330", "360", "390", "420", "450", "480", "510", "540", "570", "600"};
+  m.BUFreq = ctx.INIRead(kSettings, "Server", "BU Freq");
+  if (m.BUFreq.empty()) m.BUFreq = "60";
+  TakeBackupInterval(ctx);
+  m.CRTimeList = {"0000", "0100", "0200", "0300", "0400", "0500",
+                  "0600", "1900", "2000", "2100", "2200", "2300"};
+  m.CRTime = ctx.INIRead(kSettings, "Server", "Close and Restart");
+  if (m.CRTime.empty()) m.CRTime = "0100";
+  ReadFlag(ctx.INIRead(kSettings, "Server", "Send Summary"), m.SendSummary);
+  if (m.SendSummary != 1) m.SendSummary = 0;
+}
+
+void LoadEndTaskList(Context& ctx) {
+  auto& m = ctx.model();
+  m.killlist.clear();
+  for (const std::string& line : ReadListFile(ctx, "\\Bin\\endtask.txt", false)) {
+    if (legacy::Trim(line).empty() || legacy::Left(line, 2) == "//") continue;
+    m.killlist.push_back(legacy::Trim(line));
+  }
+}
+
+void LoadClosePrograms(Context& ctx) {
+  auto& m = ctx.model();
+  for (size_t i = 0; i < 4; ++i) {
+    m.CloseME[i] = ctx.INIRead(kSettings, "Server", "Close Prog " + std::to_string(i + 1));
+    m.CmdLine[i] = ctx.INIRead(kSettings, "Server", "CmdLine " + std::to_string(i + 1));
+  }
+  ReadFlag(ctx.INIRead(kSettings, "Server", "Restart Prog"), m.CloseCHK);
+}
+
+void LoadCloseOnBackup(Context& ctx) {
+  ctx.model().BUClosed2 = ListEntries(ctx, "\\Files\\CloseOnBU.txt", true, false);
+}
 
 std::string CompanionPath(Context& ctx) {
   return ctx.Path("\\SendBU.exe");

@@ -8,6 +8,19 @@
 
 namespace tarnex {
 
+// Start-up, step 14: the file back-up list, sending to the remotes, the
+// back-up path and the sending options (every 24 hours when neither is on).
+void LoadBackupSettings(Context& ctx);
+// Steps 19, 20, 21: the interval and its choices, the close and restart time
+// and its choices, and "Send Summary".
+void LoadBackupClock(Context& ctx);
+// Step 22: the end-task list from "\Bin\endtask.txt" ("//" comments).
+void LoadEndTaskList(Context& ctx);
+// Step 25, its first part: the programs closed around a full back-up.
+void LoadClosePrograms(Context& ctx);
+// Step 27, its last part: "\Files\CloseOnBU.txt", untrimmed, no comments.
+void LoadCloseOnBackup(Context& ctx);
+
 // AppPath & "\SendBU.exe".
 std::string CompanionPath(Context& ctx);
 // Starts the sending companion when sending is on and it does not run.

@@ -1,6 +1,7 @@
 #include "core/app.h"
 
 #include "backup/backup_settings.h"
+#include "bandwidth/traffic.h"
 #include "base/legacy.h"
 #include "inventory/dos_outputs.h"
 #include "monitorlink/listeners.h"
@@ -15,7 +16,10 @@ App::App(Platform& platform, std::string app_path)
   model_.AppPath = std::move(app_path);
   // The settings written between two waits of the loop reach the disk as one
   // replacement of each file changed, before the loop waits, yields or sleeps.
-  flush_hook_ = platform_.Loop().AddBeforeSleep([this] { profiles_.Flush(); });
+  flush_hook_ = platform_.Loop().AddBeforeSleep([this] {
+    profiles_.Flush();
+    ctx_.NewTurn();
+  });
 }
 
 App::~App() {
@@ -28,6 +32,8 @@ Winsock& App::Listener(int index) {
 }
 
 void App::FormUnload() {
+  // 1. The week table.
+  SaveIT(ctx_);
   // 2. The five listeners.
   listeners_->CloseAll();
   // 3. The window's place.

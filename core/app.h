@@ -32,6 +32,7 @@ class App {
   EventLoop& loop() { return platform_.Loop(); }
   Winsock& Listener(int index);
   int Timer1Id() const { return timer1_; }
+  int Timer2Id() const { return timer2_; }
   // The command runner of the main window, made at start-up; its output
   // goes to DOSBox. Null before start-up.
   DOSOutputs* objDOS() { return objDOS_.get(); }
@@ -44,6 +45,8 @@ class App {
   void Exit();
   // The sampling cycle.
   void Timer1();
+  // The clock cycle.
+  void Timer2();
   // The Save operation of the main settings screen.
   void Command1();
 
@@ -53,6 +56,7 @@ class App {
 
  private:
   void FirstRunStamp();
+  void NightFold();
 
   Platform& platform_;
   ServerModel model_;
@@ -61,6 +65,7 @@ class App {
   std::unique_ptr<Listeners> listeners_;
   std::unique_ptr<DOSOutputs> objDOS_;
   int timer1_ = 0;
+  int timer2_ = 0;
   int flush_hook_ = 0;
 };
 

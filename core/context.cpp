@@ -5,7 +5,16 @@
 namespace tarnex {
 
 std::string Context::NativeSettingsPath(const std::string& file) {
-  return platform_.Fs().Native(!file.empty() && file[0] == '\\' ? Path(file) : file);
+  auto it = native_names_.find(file);
+  if (it != native_names_.end()) return it->second;
+  std::string native = platform_.Fs().Native(!file.empty() && file[0] == '\\' ? Path(file) : file);
+  native_names_.emplace(file, native);
+  return native;
+}
+
+void Context::NewTurn() {
+  native_names_.clear();
+  profiles_.NewTurn();
 }
 
 std::string Context::INIRead(const std::string& file, const std::string& section,
@@ -15,8 +24,8 @@ std::string Context::INIRead(const std::string& file, const std::string& section
   return profiles_.Read(native, section, key);
 }
 
-void Context::INIWrite(const std::string& file, const std::string& section,
-                       const std::string& key, const std::string& value) {
+void Context::INIWrite(const std::string& file, const std::string& section, const std::string& key,
+                       const std::string& value) {
   const std::string native = NativeSettingsPath(file);
   if (native.empty()) return;
   std::string clean;

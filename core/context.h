@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 
 #include "core/model.h"
 #include "core/profile.h"
@@ -49,12 +50,18 @@ class Context {
   // A message box for the operator; kept in the model too.
   void ShowMessage(const std::string& text);
 
+  // A new turn of the loop: the settings store looks at its files again, and
+  // settings file names are mapped to host paths again.
+  void NewTurn();
+
  private:
   std::string NativeSettingsPath(const std::string& file);
 
   Platform& platform_;
   ServerModel& model_;
   ProfileStore& profiles_;
+  // Settings file names mapped to host paths in this turn.
+  std::unordered_map<std::string, std::string> native_names_;
 };
 
 // A flag read from the settings ("1", "0", "True", "False"): the empty text

@@ -3,6 +3,7 @@
 
 #include "base/legacy.h"
 #include "core/context.h"
+#include "core/lists.h"
 
 namespace tarnex {
 
@@ -34,6 +35,32 @@ void Context::MyEvents(const std::string& message) {
   }
   fs.Append(Path("\\Logs\\" + folder + "\\" + legacy::FormatDate(today, "dd mmm yy") + ".txt"),
             message + "\r\n");
+}
+
+void FoldDayEvents(Context& ctx) {
+  const std::string stars(25, '*');
+  const auto part = [&stars](const char* title) {
+    return stars + " " + title + " " + stars + "\r\n";
+  };
+  const std::string monitor = ReadTextFile(ctx, "\\Events\\Monitor.txt", true);
+  const std::string backup = ReadTextFile(ctx, "\\Events\\BackUp.txt", true);
+  const std::string full = ReadTextFile(ctx, "\\Events\\FBackUp.txt", true);
+  const std::string offsite = ReadTextFile(ctx, "\\Events\\Offsite.txt", true);
+
+  const CivilTime today = ctx.Now();
+  const std::string year = legacy::FormatDate(today, "yyyy");
+  const std::string folder = year + "\\" + legacy::FormatDate(today, "mmm");
+  Files& fs = ctx.fs();
+  if (!fs.FolderExists(ctx.Path("\\Events\\" + year))) fs.MakeFolder(ctx.Path("\\Events\\" + year));
+  fs.MakeFolder(ctx.Path("\\Events\\" + folder));
+  const std::string name = folder + "\\" + legacy::FormatDate(today, "ddmmmyy") + ".txt";
+  ctx.INIWrite(Context::kSettingsFile, "Server", "Last Event", name);
+
+  fs.WriteAll(ctx.Path("\\Events\\" + name), part("MONITORING EVENTS") + monitor + "\r\n\r\n" +
+                                                 part("BACK-UP EVENTS") + backup + "\r\n\r\n" +
+                                                 part("BACK-UP FILES") + full + "\r\n\r\n" +
+                                                 part("OFFSITE EVENTS") + offsite + "\r\n");
+  fs.WriteAll(ctx.Path("\\Events\\Monitor.txt"), "");
 }
 
 }  // namespace tarnex

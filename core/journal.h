@@ -14,4 +14,12 @@ inline constexpr const char* kAsterisks =
 // go; the removal is itself a change, so the rule runs once more.
 void EventTextChanged(ServerModel& m);
 
+class Context;
+
+// The night's fold of the event files: the monitor journal and the three
+// back-up journals go, in four headed parts, to the day event file
+// "\Events\yyyy\mmm\ddmmmyy.txt" (rewritten whole, its name kept as "Last Event");
+// then the monitor journal is emptied.
+void FoldDayEvents(Context& ctx);
+
 }  // namespace tarnex

@@ -61,6 +61,9 @@ using SQLHandles = std::array<int32_t, 14>;
   X(double, LogAllSeconds, 0)                                                 \
   X(double, LogAllElapsed, 0)                                                 \
   X(double, MinuteTick, 0)                                                    \
+  /* the clock cycle: the time as hhmm and the day of the month */            \
+  X(Text, rtime, "")                                                          \
+  X(Text, ddate, "")                                                          \
   /* settings of the main screen */                                           \
   X(Flags<3>, Check3, {})                                                     \
   X(Text, SName, "")                                                          \
@@ -137,8 +140,6 @@ using SQLHandles = std::array<int32_t, 14>;
   X(History, CPUU0, History(60))                                              \
   X(History, CPUU1, History(60))                                              \
   X(History, CPUU2, History(30))                                              \
-  X(double, ScaleRec, 100)                                                    \
-  X(double, ScaleSent, 100)                                                   \
   TARNEX_COUNTER_FIELDS(X)                                                    \
   TARNEX_RULE_FIELDS(X)                                                       \
   TARNEX_INVENTORY_FIELDS(X)                                                  \

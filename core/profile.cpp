@@ -251,6 +251,7 @@ struct Entry {
   Parsed parsed;
   std::optional<FileInfo> id;
   bool unsettled = true;
+  std::uint64_t checked_turn = 0;  // the turn of the last look at the file on disk
   std::vector<PendingWrite> pending;
 
   bool dirty() const { return !pending.empty(); }
@@ -323,7 +324,7 @@ bool ReplaceKeyLine(Parsed& p, std::uint32_t index, std::string_view value) {
   l.next = l.begin + static_cast<std::uint32_t>(text.size());
   l.end = l.next - 2;
   std::string_view v = Trim(std::string_view(data + l.name_begin + l.name_len + 1,
-                                              l.end - (l.name_begin + l.name_len + 1)));
+                                             l.end - (l.name_begin + l.name_len + 1)));
   if (v.size() >= 2 && (v.front() == '"' || v.front() == '\'') && v.back() == v.front()) {
     v = v.substr(1, v.size() - 2);
   }
@@ -414,6 +415,7 @@ struct ProfileStore::Impl {
 
   Files& files;
   std::unordered_map<std::string, std::unique_ptr<Entry>> cache;
+  std::uint64_t turn = 0;  // 0: no turns are counted, every access compares
 
   // The parsed content of the file as this process sees it now, or nullptr
   // when the file cannot be read. *missing tells whether it simply does not
@@ -422,6 +424,8 @@ struct ProfileStore::Impl {
     *missing = false;
     auto it = cache.find(path);
     if (it != cache.end() && it->second->dirty()) return it->second.get();
+    // Within a turn the file on disk is looked at once.
+    if (it != cache.end() && turn != 0 && it->second->checked_turn == turn) return it->second.get();
     FileInfo st;
     if (!files.Stat(path, st)) {
       *missing = true;
@@ -430,6 +434,7 @@ struct ProfileStore::Impl {
     }
     if (it != cache.end() && it->second->id && it->second->id->SameState(st)) {
       Entry& cached = *it->second;
+      cached.checked_turn = turn;
       if (!cached.unsettled) return &cached;
       // Too close to the last change to trust the times: compare the bytes.
       std::unique_ptr<Entry> fresh = Load(files, path);
@@ -442,6 +447,7 @@ struct ProfileStore::Impl {
         return &cached;
       }
       Parse(fresh->parsed);
+      fresh->checked_turn = turn;
       it->second = std::move(fresh);
       return it->second.get();
     }
@@ -451,6 +457,7 @@ struct ProfileStore::Impl {
       return nullptr;
     }
     Parse(fresh->parsed);
+    fresh->checked_turn = turn;
     Entry* result = fresh.get();
     if (it != cache.end()) {
       it->second = std::move(fresh);
@@ -513,6 +520,8 @@ struct ProfileStore::Impl {
     }
     entry.id = st;
     entry.unsettled = Unsettled(st, taken);
+    // The flush runs as a turn begins and is that turn's look at the file.
+    if (turn != 0) entry.checked_turn = turn + 1;
     return true;
   }
 };
@@ -569,8 +578,7 @@ bool ProfileStore::Write(const std::string& native_path, std::string_view sectio
   Entry* entry = impl_->Current(native_path, &missing);
   if (entry == nullptr && !missing) return false;  // there but unreadable: leave it alone
 
-  if (entry != nullptr && key && value &&
-      value->find_first_of("\r\n") == std::string_view::npos) {
+  if (entry != nullptr && key && value && value->find_first_of("\r\n") == std::string_view::npos) {
     // The common write, a new value for a key that is there: made in place.
     Parsed& p = entry->parsed;
     const std::uint32_t sec = p.FindSection(section);
@@ -627,6 +635,10 @@ bool ProfileStore::Flush() {
     }
   }
   return ok;
+}
+
+void ProfileStore::NewTurn() {
+  ++impl_->turn;
 }
 
 bool ProfileStore::Dirty() const {

@@ -56,6 +56,12 @@ class ProfileStore {
   // Whether a file has changes not yet on disk.
   bool Dirty() const;
 
+  // A new turn of the program's loop begins. Once turns are counted, the
+  // store looks at a file on disk at its first access in a turn only; what
+  // another program changes during a turn is seen from the next turn on, and
+  // kept by the flush (see docs/settings-store.md).
+  void NewTurn();
+
  private:
   struct Impl;
   std::unique_ptr<Impl> impl_;

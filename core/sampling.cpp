@@ -1,6 +1,7 @@
 // The sampling cycle (Timer1), once a second: the steps in their order, each
 // done by the part of the system that owns it, with the yields between them.
 #include "bandwidth/disk.h"
+#include "bandwidth/traffic.h"
 #include "base/legacy.h"
 #include "core/app.h"
 #include "core/figures.h"
@@ -79,7 +80,9 @@ void App::Timer1() {
   // 20. While recording: the program list again and the programs' counters.
   ReadRecordedPrograms(ctx_);
 
-  // 21. The bottleneck rules (which leave the tick counter at 0).
+  // 21. The traffic totals, then the bottleneck rules (which leave the tick
+  // counter at 0).
+  getbandwidthXP(ctx_);
   BottleneckCheck(ctx_);
 
   // 22. The tick counter wraps.
@@ -87,6 +90,9 @@ void App::Timer1() {
 
   // 25. What the rules found.
   JournalFindings(ctx_);
+
+  // 30. The month table.
+  MonthCheck(ctx_);
 
   // 31. The cycle's length retunes the timer: seconds taken from a number of
   // milliseconds, so the interval stays at 1000 or a unit or two below. At

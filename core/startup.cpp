@@ -3,6 +3,7 @@
 #include "backup/backup_settings.h"
 #include "bandwidth/line_speeds.h"
 #include "bandwidth/logs.h"
+#include "bandwidth/traffic.h"
 #include "base/legacy.h"
 #include "core/app.h"
 #include "core/journal.h"
@@ -11,8 +12,10 @@
 #include "inventory/dos_outputs.h"
 #include "inventory/processor_facts.h"
 #include "inventory/system_facts.h"
+#include "mail/mail_settings.h"
 #include "monitorlink/listeners.h"
 #include "rules/engine.h"
+#include "tracking/tracking_day.h"
 
 namespace tarnex {
 
@@ -113,10 +116,60 @@ bool App::FormLoad() {
   // 12. First run.
   FirstRunStamp();
 
+  // 13. Mail.
+  LoadMailSettings(ctx_);
+
+  // 14. Back-up: the list, sending to the remotes, the path, the options.
+  LoadBackupSettings(ctx_);
+
+  // 15. The flags of the run start at 0.
+  m.MinuteTick = 0;
+  m.DayClosed = 0;
+  m.MidnightArmed = 0;
+  m.BackupState = 0;
+  m.BackupCount = 0;
+  m.DayTrackClosed = 0;
+  m.HarvestDone = 0;
+
+  // 16. The week table of the month last stored.
+  LoadWeekTable(ctx_);
+
   // 17. The expected line speeds.
   LoadLineSpeeds(ctx_);
   // 18. The bottleneck switches.
   LoadRuleSwitches(ctx_);
+
+  // 19 to 21. The back-up clock, the close and restart time, "Send Summary".
+  LoadBackupClock(ctx_);
+
+  // 22. The end-task list.
+  LoadEndTaskList(ctx_);
+
+  // 23. The monitor slots' ports, passwords and server code.
+  LoadMonitorSettings(ctx_);
+
+  // 24. The listeners open: socket events can come from here on.
+  OpenListeners(ctx_, *listeners_);
+
+  // 25. The programs closed around a full back-up, two switches, the ports
+  // still empty, the users and the server's name.
+  LoadClosePrograms(ctx_);
+  ReadFlag(ctx_.INIRead(Context::kSettingsFile, "Server", "Sent Logs"), m.Check3[1]);
+  ReadFlag(ctx_.INIRead(Context::kSettingsFile, "Server", "Start at Boot"), m.Check3[0]);
+  DefaultEmptyPorts(ctx_);
+  LoadMonitorUsers(ctx_);
+  m.SName = ctx_.INIRead(Context::kSettingsFile, "Server", "Server Name");
+
+  // 26. Web-site tracking.
+  LoadTracking(ctx_);
+
+  // 27. The day of the tracked hits; the close-on-back-up list.
+  LoadTrackingDay(ctx_);
+  LoadCloseOnBackup(ctx_);
+
+  // 28. The totals, with the roll-overs that fell due while the program was
+  // down.
+  LoadTotals(ctx_);
 
   // 29. The hour, the connection indicators; the processor, the page file,
   // the services and the system facts.
@@ -136,13 +189,17 @@ bool App::FormLoad() {
   // 31. The sending companion.
   StartCompanionIfWanted(ctx_);
 
-  // 32. The event window shows the system text; the timer starts.
+  // 32. The event window shows the system text; the timers start, in this
+  // order, each at 1000 ms.
   ReadFlag(ctx_.INIRead(Context::kSettingsFile, "Server", "Start Server Monitor"), m.Check3[2]);
   m.EventText = m.SysInfo;
   EventTextChanged(m);
   timer1_ = loop().AddTimer([this] { Timer1(); });
-  loop().SetTimerInterval(timer1_, 1000);
-  loop().SetTimerEnabled(timer1_, true);
+  timer2_ = loop().AddTimer([this] { Timer2(); });
+  for (const int timer : {timer1_, timer2_}) {
+    loop().SetTimerInterval(timer, 1000);
+    loop().SetTimerEnabled(timer, true);
+  }
   return true;
 }
 

@@ -1,11 +1,11 @@
 #include "inventory/processor_facts.h"
 
-#include "core/context.h"
 #include "base/legacy.h"
+#include "core/context.h"
+#include "core/drive_text.h"
+#include "core/wmi_values.h"
 #include "inventory/dos_outputs.h"
 #include "inventory/system_facts.h"
-#include "inventory/wmi_values.h"
-#include "core/drive_text.h"
 
 namespace tarnex {
 

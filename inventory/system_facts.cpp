@@ -1,10 +1,10 @@
 #include "inventory/system_facts.h"
 
-#include "core/context.h"
 #include "base/legacy.h"
+#include "core/context.h"
+#include "core/wmi_values.h"
 #include "inventory/dos_outputs.h"
 #include "inventory/processor_facts.h"
-#include "inventory/wmi_values.h"
 
 namespace tarnex {
 

@@ -2,6 +2,24 @@
 #pragma once
 
 // X(type, name, initial value); the types are those of core/model.h.
-#define TARNEX_MAIL_FIELDS(X)         \
-  /* 1 once the daily mail went out */\
-  X(int32_t, MidnightArmed, 0)
+#define TARNEX_MAIL_FIELDS(X)                                                     \
+  /* the mail settings, as the main screen keeps them for the clock */            \
+  X(Text, SMTP, "")                                                               \
+  X(Text, SMTPPort, "")                                                           \
+  X(Text, EFrom, "")                                                              \
+  X(Text, ESubject, "")                                                           \
+  X(Text, EBody, "")                                                              \
+  X(Text, ETo, "")                                                                \
+  /* the recipients (the mail form's List1) */                                    \
+  X(TextList, EmailList1, {})                                                     \
+  /* 1: the daily report goes out; the include options change nothing */          \
+  X(int32_t, autosend, 0)                                                         \
+  X(Flags<6>, include, {})                                                        \
+  /* 1 once the daily mail went out; the status line */                           \
+  X(int32_t, MidnightArmed, 0)                                                    \
+  X(Text, Label7, "")                                                             \
+  /* the server summary: the long text, its bandwidth block, the day's figures */ \
+  X(Text, SummaryText, "")                                                        \
+  X(Text, BandwidthText, "")                                                      \
+  X(Text, SummarySent, "")                                                        \
+  X(Text, SummaryRec, "")

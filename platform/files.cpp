@@ -41,8 +41,14 @@ std::optional<CivilTime> Files::Modified(std::string_view name) const {
   return LocalTime(ns >= 0 ? ns / 1000000000 : -((-ns + 999999999) / 1000000000));
 }
 
-bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& info,
-                     size_t limit) {
+std::optional<int64_t> Files::Size(std::string_view name) const {
+  const std::string path = Native(name);
+  FileInfo info;
+  if (path.empty() || !Stat(path, info) || !info.regular) return std::nullopt;
+  return info.size;
+}
+
+bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& info, size_t limit) {
   content.clear();
   const int file = Open(path, OpenFor::kRead);
   if (file < 0) return false;
@@ -70,17 +76,21 @@ bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& in
   return ok;
 }
 
-bool Files::Replace(const std::string& path, std::string_view content,
-                    std::optional<uint32_t> mode, FileInfo* written) {
+bool Files::Replace(const std::string& path, std::string_view content, std::optional<uint32_t> mode,
+                    FileInfo* written) {
   const std::string temp = TempPath(path);
-  // A temporary file left by an earlier process with this number goes first.
-  Remove(temp);
-  const int file = Open(temp, OpenFor::kWriteNew);
-  if (file < 0) return false;
-  bool ok = Write(file, content);
-  if (ok && mode) ok = SetMode(file, *mode);
+  int file = Open(temp, OpenFor::kWriteNew);
+  if (file < 0) {
+    // A temporary file left by an earlier process with this number goes.
+    if (!Remove(temp)) return false;
+    file = Open(temp, OpenFor::kWriteNew);
+    if (file < 0) return false;
+  }
   FileInfo info;
-  if (ok) ok = Info(file, info);
+  bool ok = Write(file, content) && Info(file, info);
+  if (ok && mode && (info.mode & 07777) != (*mode & 07777)) {
+    ok = SetMode(file, *mode) && Info(file, info);
+  }
   if (!Close(file)) ok = false;
   if (ok) ok = Rename(temp, path);
   if (!ok) {

@@ -84,6 +84,8 @@ class Files {
   bool ReadAll(std::string_view name, std::string& text);
   // When a file was last modified, in local time; nothing when it does not exist.
   std::optional<CivilTime> Modified(std::string_view name) const;
+  // The size of a file in bytes; nothing when it is not a file that can be seen.
+  std::optional<int64_t> Size(std::string_view name) const;
 
   // Helpers by host path.
   // The content of a file with what stat(2) said of it when it was opened.

@@ -53,6 +53,9 @@ class ForwardingPlatform : public Platform {
   }
   ProcessorInfo SystemProcessor() override { return inner_.SystemProcessor(); }
   bool ProcessorMHz(uint32_t& mhz) override { return inner_.ProcessorMHz(mhz); }
+  bool InterfaceTable(std::vector<InterfaceRow>& rows) override {
+    return inner_.InterfaceTable(rows);
+  }
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override {
     return inner_.DiskFreeSpace(root, total, free_bytes);
   }

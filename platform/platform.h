@@ -18,6 +18,26 @@
 
 namespace tarnex {
 
+// One row of the machine's interface table, as the platform publishes it:
+// every count unsigned 32-bit, the description as bytes of the system code
+// page, the name as 16-bit text, the hardware address up to 8 bytes.
+struct InterfaceRow {
+  std::u16string name;  // up to 256 units
+  uint32_t index = 0;
+  uint32_t type = 0;
+  uint32_t mtu = 0;
+  uint32_t speed = 0;   // bits per second
+  std::string address;  // the hardware address's bytes (up to 8 are shown)
+  uint32_t admin_status = 0;
+  uint32_t oper_status = 0;
+  uint32_t last_change = 0;
+  uint32_t in_octets = 0, in_ucast = 0, in_nucast = 0, in_discards = 0, in_errors = 0,
+           in_unknown = 0;
+  uint32_t out_octets = 0, out_ucast = 0, out_nucast = 0, out_discards = 0, out_errors = 0,
+           out_qlen = 0;
+  std::string description;  // up to 256 bytes
+};
+
 class Platform {
  public:
   virtual ~Platform() = default;
@@ -94,6 +114,10 @@ class Platform {
   // The processor's rated speed in MHz, the value "~MHz" of the first
   // processor's hardware description. False when it cannot be read.
   virtual bool ProcessorMHz(uint32_t& mhz) = 0;
+
+  // The interface table: every network interface of the machine. False when
+  // the machine cannot give it (not supported, or the table cannot be read).
+  virtual bool InterfaceTable(std::vector<InterfaceRow>& rows) = 0;
 
   // The size and the free space, in bytes, of the drive whose root is `root`
   // ("C:\" and the like). False when the drive cannot tell.

@@ -16,7 +16,7 @@ using RowMarks = std::vector<int32_t>;
 
 // X(type, name, initial value); the types are those of core/model.h.
 #define TARNEX_RULE_FIELDS(X)                                                  \
-  /* the twelve switches as stored (section Monitor) */                       \
+  /* the twelve switches as stored (section Monitor) */                        \
   X(Flags<12>, BNMonitor, {})                                                  \
   /* the twelve rule switches, copied from BNMonitor at start and on Save */   \
   X(int32_t, BNCPU, 0)                                                         \

@@ -32,9 +32,9 @@ TEST(Faults, FailedRenameKeepsTheOldSettingsFile) {
   s.loop().DoEvents();  // the flush of this turn fails
   EXPECT_EQ(s.faults().Failed("rename"), 1);
   EXPECT_EQ(ReadFile(s.dir() + "/Bin/Tarnex.Tnx"), before);
-  EXPECT_EQ(Entries(s.dir() + "/Bin"),
-            (std::vector<std::string>{"ServerBackup.Tnx", "SystemData.txt", "Tarnex.Tnx"}))
-      << "no temporary file is left";
+  for (const std::string& name : Entries(s.dir() + "/Bin")) {
+    EXPECT_EQ(name.find(".tmp"), std::string::npos) << name << ": no temporary file is left";
+  }
   // What the failed flush carried is lost, as a failed write is; the next
   // Save writes it.
   EXPECT_EQ(s.ctx().INIRead(Context::kSettingsFile, "Server", "Server Name"), "");

@@ -12,9 +12,9 @@
 #include <regex>
 
 #include "base/legacy.h"
+#include "core/wmi_values.h"
 #include "inventory/processor_facts.h"
 #include "inventory/system_facts.h"
-#include "inventory/wmi_values.h"
 #include "platform/linux/host_facts.h"
 #include "platform/linux/linux_platform.h"
 #include "tests/test_support.h"

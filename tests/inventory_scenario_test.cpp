@@ -137,8 +137,7 @@ TEST(InventoryScenarioBare, MachineWithoutTheProgramsOrWmiStillWritesTheReport) 
   EXPECT_EQ(s.model().CPUTypeText, "Type 0/None");
   EXPECT_EQ(s.model().CPUMHz, "0 MHZ");
   EXPECT_EQ(s.model().MaxClockSpeed, 0);
-  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), kFreshSettings);
 }
 
 TEST(InventoryScenarioBare, CommandsAreMatchedOnTheirProgramAndArgumentsWithoutCase) {

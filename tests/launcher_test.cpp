@@ -133,9 +133,7 @@ TEST_F(Launcher, SimulatedRunMakesTheTreeAndDumpsTheModel) {
   for (const char* folder : {"Bin", "Events/Tracked", "Events/SnapShot", "Logs", "Files"}) {
     EXPECT_TRUE(std::filesystem::is_directory(app_ + "/" + folder)) << folder;
   }
-  EXPECT_EQ(ReadFile(app_ + "/Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nLeft=0\r\nTop=0\r\n"
-            "[Memory]\r\nSlots=0\r\nSimms=0\r\n");
+  EXPECT_EQ(ReadFile(app_ + "/Bin/Tarnex.Tnx"), FreshSettings("Left=0\r\nTop=0\r\n"));
   const auto model = nlohmann::json::parse(ReadFile(dump));
   EXPECT_EQ(model["CPULastMin"], "Data < 60 (11)");
   EXPECT_EQ(model["AppPath"], app_);
@@ -264,8 +262,8 @@ TEST(Reliability, KilledServerKeepsEveryKeyOfItsSettings) {
     // Once the first-run stamp is in, it stays.
     if (stamped) ExpectKeys(app + "/Bin/Tarnex.Tnx", {{"Server", "First Run"}}, round);
     NativeFiles files;
-    stamped =
-        stamped || !ProfileStore(files).Read(app + "/Bin/Tarnex.Tnx", "Server", "First Run").empty();
+    stamped = stamped ||
+              !ProfileStore(files).Read(app + "/Bin/Tarnex.Tnx", "Server", "First Run").empty();
   }
   std::filesystem::remove_all(dir);
 }

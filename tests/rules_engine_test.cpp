@@ -138,7 +138,8 @@ TEST(RulesStartUp, OnceWritesOneToTheKeys1To100) {
   WriteSettings(s, "[Monitor]\r\nOnce=1\r\n");
   ASSERT_TRUE(s.app().FormLoad());
   std::string expected =
-      "[Monitor]\r\nOnce=1\r\n[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Bottleneck]\r\n";
+      "[Monitor]\r\nOnce=1\r\n[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n"
+      "Bandwidth Month=Nov 2012\r\n[Bottleneck]\r\n";
   for (int key = 1; key <= 100; ++key) expected += std::to_string(key) + "=1\r\n";
   // The keys come right after the first-run stamp; later start-up steps add
   // sections of their own behind them.

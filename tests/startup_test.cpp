@@ -28,8 +28,7 @@ TEST(StartUp, FirstRunStampGoesToFiveLogsWithAnnualBandwidthTwice) {
   EXPECT_EQ(s.File("Logs/Monthly Hard Drive.txt"), kStamp);
   EXPECT_EQ(s.File("Logs/Annual Bandwidth.txt"), std::string(kStamp) + kStamp);
   EXPECT_FALSE(s.Has("Logs/Annual Hard Drive.txt"));
-  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), kFreshSettings);
 }
 
 TEST(StartUp, FirstRunStampIsWrittenOnlyOnce) {
@@ -49,7 +48,7 @@ TEST(StartUp, AfternoonStampUsesTheTwelveHourClock) {
   SimApp s(R"({"start": "2024-03-15 23:59:07"})");
   ASSERT_TRUE(s.app().FormLoad());
   EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=15 Mar 2024 11:59:07PM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
+            FreshSettings("", "", "15 Mar 2024 11:59:07PM", "Mar 2024", "15 Mar 2024"));
 }
 
 std::map<std::string, std::string> Snapshot(const std::string& dir) {
@@ -153,8 +152,9 @@ TEST(StartUp, ProbeCounterIsFoundWithTheMachinePrefix) {
 
 TEST(StartUp, PortIndicatorsAreOnForPortsBelow1000) {
   SimApp s;
-  s.model().CPUPort2 = "41000";
-  s.model().CPUPort3 = "999";
+  std::filesystem::create_directories(s.dir() + "/Bin");
+  WriteFile(s.dir() + "/Bin/Tarnex.Tnx",
+            "[Server]\r\nMonitor CPU Port 2=1000\r\nMonitor CPU Port 3=999\r\n");
   ASSERT_TRUE(s.app().FormLoad());
   EXPECT_EQ(s.model().cno, (Flags<5>{1, 0, 1, 1, 1}));
 }
@@ -228,9 +228,7 @@ TEST(Shutdown, ClosingWritesThePlaceClosesListenersAndTheCompanion) {
   EXPECT_EQ(s.app().Listener(0).state(), Winsock::kClosed);
   EXPECT_TRUE(s.sim().running.empty());
   EXPECT_TRUE(s.loop().Stopping());
-  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\nLeft=1200\r\nTop=900\r\n"
-            "[Memory]\r\nSlots=0\r\nSimms=0\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), FreshSettings("Left=1200\r\nTop=900\r\n"));
 }
 
 TEST(Shutdown, ClosingWithoutTheCompanionRunningEndsAllTheSame) {
@@ -247,8 +245,7 @@ TEST(Shutdown, ExitSavesNothing) {
   s.model().Left = 1200;
   s.app().Exit();
   EXPECT_TRUE(s.loop().Stopping());
-  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"),
-            "[Server]\r\nFirst Run=14 Nov 2012 10:00:00AM\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n");
+  EXPECT_EQ(s.File("Bin/Tarnex.Tnx"), kFreshSettings);
 }
 
 }  // namespace

@@ -52,6 +52,31 @@ constexpr const char* kBasicScenario = R"({
   }
 })";
 
+// The settings file as a first start leaves it (on kBasicScenario, the 14th
+// of November 2012 at 10:00:00): the first-run stamp and the month of the
+// week table, the totals, the memory slots, the totals since the counting
+// began and the month's week table. `server` adds keys at the end of section
+// Server, `after` sections at the end; `stamp` and `month` ("Nov 2012") and
+// `day` ("14 Nov 2012") give another start.
+inline std::string FreshSettings(const std::string& server = "", const std::string& after = "",
+                                 const std::string& stamp = "14 Nov 2012 10:00:00AM",
+                                 const std::string& month = "Nov 2012",
+                                 const std::string& day = "14 Nov 2012") {
+  const std::string year = month.substr(4);
+  return "[Server]\r\nFirst Run=" + stamp + "\r\nBandwidth Month=" + month + "\r\n" + server +
+         "[Bandwidth]\r\nAnnual=" + year + "\r\nMonth=" + month.substr(0, 3) + year +
+         "\r\nDaily=" + day +
+         "\r\nDaily Sent=0\r\nDaily Rec=0\r\nTotal Sent=0\r\nTotal Rec=0\r\n"
+         "Annual Sent=0\r\nAnnual Rec=0\r\n[Memory]\r\nSlots=0\r\nSimms=0\r\n"
+         "[BW]\r\nUP=0\r\nDN=0\r\n[" +
+         month +
+         "]\r\nWeek1 Send=0\r\nWeek1 Rec=0\r\nWeek2 Send=0\r\nWeek2 Rec=0\r\n"
+         "Week3 Send=0\r\nWeek3 Rec=0\r\nWeek4 Send=0\r\nWeek4 Rec=0\r\nWeek5 Send=0\r\n"
+         "Week5 Rec=0\r\nTotal Send=0\r\nTotal Rec=0\r\n" +
+         after;
+}
+inline const std::string kFreshSettings = FreshSettings();
+
 // A simulated machine with the application on it, in a fresh folder. With
 // faults, the application sees the machine through a FaultPlatform, whose
 // faults() a test injects.

@@ -1,5 +1,7 @@
 #include "platform/linux/host_facts.h"
 
+#include <nlohmann/json.hpp>
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -712,6 +714,87 @@ std::vector<WmiRow> PageFileRows(const std::vector<SwapEntry>& swaps,
                           {"AllocatedBaseSize", std::floor(static_cast<double>(s.size_kb) / 1024)},
                           {"CurrentUsage", used},
                           {"PeakUsage", peak}});
+  }
+  return rows;
+}
+
+std::vector<InterfaceRow> InterfaceRows(const std::string& sys_class_net) {
+  std::vector<InterfaceRow> rows;
+  DIR* dir = opendir(sys_class_net.c_str());
+  if (dir == nullptr) return rows;
+  std::vector<std::string> names;
+  while (dirent* e = readdir(dir)) {
+    if (e->d_name[0] != '.') names.push_back(e->d_name);
+  }
+  closedir(dir);
+  const auto number = [](const std::string& path) -> uint64_t {
+    const std::string text = ReadLine(path);
+    return text.empty() ? 0 : std::strtoull(text.c_str(), nullptr, 0);
+  };
+  const auto count = [&number](const std::string& path) {
+    return static_cast<uint32_t>(number(path));  // the table's counts are 32 bits
+  };
+  for (const std::string& name : names) {
+    const std::string at = sys_class_net + "/" + name;
+    const std::string stats = at + "/statistics/";
+    InterfaceRow row;
+    row.name.assign(name.begin(), name.end());
+    row.description = name;
+    row.index = count(at + "/ifindex");
+    const uint64_t kind = number(at + "/type");
+    row.type = kind == 1 ? 6 : (kind == 772 ? 24 : 1);
+    row.mtu = count(at + "/mtu");
+    const long long mbps = std::atoll(ReadLine(at + "/speed").c_str());
+    row.speed =
+        mbps > 0 ? static_cast<uint32_t>(std::min<long long>(mbps * 1000000, 0xFFFFFFFFLL)) : 0;
+    const std::string state = ReadLine(at + "/operstate");
+    row.oper_status = state == "up" || state == "unknown" ? 5 : 2;
+    row.admin_status = (number(at + "/flags") & 1) != 0 ? 1 : 2;
+    const std::string address = ReadLine(at + "/address");  // "aa:bb:cc:dd:ee:ff"
+    for (size_t i = 0; i + 2 <= address.size(); i += 3) {
+      row.address.push_back(
+          static_cast<char>(std::strtoul(address.substr(i, 2).c_str(), nullptr, 16)));
+    }
+    const uint64_t packets = number(stats + "rx_packets");
+    const uint64_t multicast = std::min(number(stats + "multicast"), packets);
+    row.in_octets = count(stats + "rx_bytes");
+    row.in_ucast = static_cast<uint32_t>(packets - multicast);
+    row.in_nucast = static_cast<uint32_t>(multicast);
+    row.in_discards = count(stats + "rx_dropped");
+    row.in_errors = count(stats + "rx_errors");
+    row.out_octets = count(stats + "tx_bytes");
+    row.out_ucast = count(stats + "tx_packets");
+    row.out_discards = count(stats + "tx_dropped");
+    row.out_errors = count(stats + "tx_errors");
+    row.out_qlen = count(at + "/tx_queue_len");
+    rows.push_back(std::move(row));
+  }
+  std::sort(rows.begin(), rows.end(),
+            [](const InterfaceRow& a, const InterfaceRow& b) { return a.index < b.index; });
+  return rows;
+}
+
+std::vector<WmiRow> JournalEventRows(const std::string& json_lines) {
+  std::vector<WmiRow> rows;
+  size_t at = 0;
+  while (at < json_lines.size()) {
+    size_t end = json_lines.find('\n', at);
+    if (end == std::string::npos) end = json_lines.size();
+    const nlohmann::json entry =
+        nlohmann::json::parse(json_lines.substr(at, end - at), nullptr, false);
+    at = end + 1;
+    if (!entry.is_object() || !entry.contains("MESSAGE") || !entry["MESSAGE"].is_string()) continue;
+    std::string category;
+    for (const char* key : {"SYSLOG_IDENTIFIER", "_COMM"}) {
+      if (category.empty() && entry.contains(key) && entry[key].is_string()) {
+        category = entry[key].get<std::string>();
+      }
+    }
+    WmiRow row{{"Category", category}, {"Message", entry["MESSAGE"].get<std::string>()}};
+    if (entry.contains("PRIORITY") && entry["PRIORITY"].is_string()) {
+      row.Set("EventCode", std::strtod(entry["PRIORITY"].get<std::string>().c_str(), nullptr));
+    }
+    rows.push_back(std::move(row));
   }
   return rows;
 }

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/platform.h"
 #include "platform/wmi.h"
 
 namespace tarnex::host {
@@ -160,5 +161,23 @@ std::vector<WmiRow> MemoryRows(const std::vector<DmiRecord>& dmi);
 // seen of each area (MB) and is updated.
 std::vector<WmiRow> PageFileRows(const std::vector<SwapEntry>& swaps,
                                  std::map<std::string, double>& peaks);
+
+// ---- the interface table
+
+// One row per interface of a /sys/class/net folder, in the order of their
+// index: the kernel's counters taken to 32 bits as the table keeps them, the
+// name as description and name, the kind (6 Ethernet, 24 loopback, 1 other),
+// the speed in bits per second (0 when unknown), the state (5 operational
+// when up or unknown, 2 otherwise; administratively 1 up or 2 down), the
+// hardware address and the send queue's length.
+std::vector<InterfaceRow> InterfaceRows(const std::string& sys_class_net);
+
+// ---- the system's error log
+
+// Win32_NTLogEvent rows from the system journal's entries, one JSON object a
+// line as journalctl writes them: Category is the entry's identifier (its
+// program when it has none), EventCode its priority, Message its text. An
+// entry whose text is not a text (binary data) is left out.
+std::vector<WmiRow> JournalEventRows(const std::string& json_lines);
 
 }  // namespace tarnex::host

@@ -450,6 +450,30 @@ bool LinuxPlatform::QueryWmi(const std::string& query, std::vector<WmiRow>& rows
     rows = host::PageFileRows(host::ParseSwaps(host::ReadText("/proc/swaps")), swap_peaks_);
     return true;
   }
+  if (cls == "win32_process") {
+    for (const int64_t pid : EnumProcesses()) {
+      std::vector<std::string> names;
+      if (!ProcessModules(pid, names) || names.empty()) continue;
+      rows.push_back(WmiRow{{"Name", names.front()}, {"ProcessId", static_cast<double>(pid)}});
+    }
+    return true;
+  }
+  if (cls == "win32_ntlogevent") {
+    // The system journal's recent error entries, newest first, where this
+    // process may read them.
+    FILE* pipe = popen(
+        "journalctl --priority=err --reverse --lines=500 --output=json --no-pager --quiet "
+        "2>/dev/null",
+        "r");
+    if (pipe == nullptr) return false;
+    std::string text;
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) text.append(buffer, n);
+    const int status = pclose(pipe);
+    if (text.empty() && status != 0) return false;
+    rows = host::JournalEventRows(text);
+    return true;
+  }
   if (cls == "win32_logicaldisk") {
     for (const host::MountEntry& m :
          host::DriveMounts(host::ParseMounts(host::ReadText("/proc/self/mounts")))) {
@@ -501,6 +525,11 @@ bool LinuxPlatform::ProcessorMHz(uint32_t& mhz) {
   const auto cpus = host::ParseCpuInfo(host::ReadText("/proc/cpuinfo"));
   if (cpus.empty() || cpus.front().mhz <= 0) return false;
   mhz = static_cast<uint32_t>(std::lround(cpus.front().mhz));
+  return true;
+}
+
+bool LinuxPlatform::InterfaceTable(std::vector<InterfaceRow>& rows) {
+  rows = host::InterfaceRows(options_.root + "/sys/class/net");
   return true;
 }
 

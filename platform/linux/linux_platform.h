@@ -53,6 +53,7 @@ class LinuxPlatform : public Platform {
   bool QueryWmi(const std::string& query, std::vector<WmiRow>& rows) override;
   ProcessorInfo SystemProcessor() override;
   bool ProcessorMHz(uint32_t& mhz) override;
+  bool InterfaceTable(std::vector<InterfaceRow>& rows) override;
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
 
   // The program and arguments a command line stands for on this host: a

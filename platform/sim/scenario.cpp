@@ -6,12 +6,13 @@ namespace tarnex {
 
 const std::map<std::string, ScenarioReader>& ScenarioReaders() {
   static const std::map<std::string, ScenarioReader> readers = {
-      {"start", ReadStart},         {"env", ReadEnv},
-      {"screen", ReadScreen},       {"dirs", ReadDirs},
-      {"processor", ReadProcessor}, {"disks", ReadDisks},
-      {"counters", ReadCounters},   {"objects", ReadObjects},
-      {"processes", ReadProcesses}, {"services", ReadServices},
-      {"commands", ReadCommands},   {"wmi", ReadWmi},
+      {"start", ReadStart},           {"env", ReadEnv},
+      {"screen", ReadScreen},         {"dirs", ReadDirs},
+      {"processor", ReadProcessor},   {"disks", ReadDisks},
+      {"counters", ReadCounters},     {"objects", ReadObjects},
+      {"processes", ReadProcesses},   {"services", ReadServices},
+      {"commands", ReadCommands},     {"wmi", ReadWmi},
+      {"interfaces", ReadInterfaces},
   };
   return readers;
 }

@@ -37,6 +37,9 @@ bool ReadProcesses(SimPlatform& sim, const nlohmann::json& value, std::string& e
 bool ReadServices(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 bool ReadCommands(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 
+// The interface table (scenario_network.cpp).
+bool ReadInterfaces(SimPlatform& sim, const nlohmann::json& value, std::string& error);
+
 // System-management classes (scenario_wmi.cpp).
 bool ReadWmi(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 

@@ -231,4 +231,10 @@ bool SimPlatform::DiskFreeSpace(const std::string& root, double& total, double& 
   return true;
 }
 
+bool SimPlatform::InterfaceTable(std::vector<InterfaceRow>& rows) {
+  if (!interfaces) return false;
+  rows = *interfaces;
+  return true;
+}
+
 }  // namespace tarnex

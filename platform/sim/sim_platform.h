@@ -84,6 +84,7 @@ class SimPlatform : public Platform {
   bool QueryWmi(const std::string& query, std::vector<WmiRow>& rows) override;
   ProcessorInfo SystemProcessor() override { return processor; }
   bool ProcessorMHz(uint32_t& mhz) override;
+  bool InterfaceTable(std::vector<InterfaceRow>& rows) override;
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
 
   // The scenario's output text of a command line, or nothing when the
@@ -121,6 +122,8 @@ class SimPlatform : public Platform {
     double free = 0;
   };
   std::map<std::string, Disk> disks;  // upper-cased root -> size
+  // The interface table; nothing when the machine cannot give one.
+  std::optional<std::vector<InterfaceRow>> interfaces;
 
  private:
   SimPlatform() = default;

@@ -1,4 +1,4 @@
-#include "inventory/wmi_values.h"
+#include "core/wmi_values.h"
 
 #include <cctype>
 #include <cstdlib>
