@@ -1,10 +1,14 @@
-// A simulated day of the whole program, compared byte for byte with the files
-// and the model a reference run left in tests/data/golden/expected. Any change
-// of behaviour shows here; a deliberate one is recorded by running the test
-// with TARNEX_UPDATE_GOLDEN=1, which rewrites the expected files.
+// Runs of the whole program on the simulated machine, each compared byte for
+// byte with the files, the folders and the model a reference run left. A run
+// is a folder of tests/data/golden: its scenario (scenario.json), the
+// installation folder it starts from (seed/, optional), how many seconds it
+// runs (run-for) and what it leaves (expected/). Any change of behaviour shows
+// here; a deliberate one is recorded by running the test with
+// TARNEX_UPDATE_GOLDEN=1, which rewrites the expected files.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
@@ -47,18 +51,27 @@ std::string FoldersUnder(const std::string& root) {
   return out;
 }
 
-TEST(GoldenRun, ASimulatedDayWritesTheSameFilesAndModel) {
+class GoldenRun : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(GoldenRun, WritesTheSameFilesAndModel) {
+  const std::string run = kGolden + "/" + GetParam();
   const std::string dir = MakeTempDir();
   const std::string app = dir + "/install";
-  fs::copy(kGolden + "/seed", app, fs::copy_options::recursive);
+  if (fs::exists(run + "/seed")) {
+    fs::copy(run + "/seed", app, fs::copy_options::recursive);
+  }
   const std::string dump = dir + "/model.json";
+  std::string seconds = ReadFile(run + "/run-for");
+  while (!seconds.empty() && std::isspace(static_cast<unsigned char>(seconds.back()))) {
+    seconds.pop_back();
+  }
   const std::string command = std::string(TARNEX_SERVER_BINARY) +
-                              " --platform sim --quiet --scenario '" + kGolden +
-                              "/day.json' --app-path '" + app +
-                              "' --run-for 86400 --dump-model '" + dump + "'";
+                              " --platform sim --quiet --scenario '" + run +
+                              "/scenario.json' --app-path '" + app + "' --run-for " + seconds +
+                              " --dump-model '" + dump + "'";
   ASSERT_EQ(std::system(command.c_str()), 0) << command;
 
-  const std::string expected_dir = kGolden + "/expected";
+  const std::string expected_dir = run + "/expected";
   const std::string model = Replace(ReadFile(dump), app, "@APP_PATH@");
   if (std::getenv("TARNEX_UPDATE_GOLDEN") != nullptr) {
     fs::remove_all(expected_dir);
@@ -83,6 +96,20 @@ TEST(GoldenRun, ASimulatedDayWritesTheSameFilesAndModel) {
       << "the model dump differs from the reference run";
   fs::remove_all(dir);
 }
+
+// A day from just after midnight, every rule group on; the month's end with
+// mail off and on (from 23:58 on its last day to 00:05 two days later); the
+// same across a new year, with web-site tracking on.
+INSTANTIATE_TEST_SUITE_P(Runs, GoldenRun,
+                         ::testing::Values("day", "month-end", "month-end-mail", "year-end",
+                                           "year-end-mail"),
+                         [](const ::testing::TestParamInfo<std::string>& run) {
+                           std::string name;
+                           for (char c : run.param) {
+                             if (std::isalnum(static_cast<unsigned char>(c))) name += c;
+                           }
+                           return name;
+                         });
 
 }  // namespace
 }  // namespace tarnex::testing
