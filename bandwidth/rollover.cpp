@@ -18,15 +18,10 @@ namespace {
 
 constexpr const char* kSettings = Context::kSettingsFile;
 
-// The month in the file's own spelling of the roll-over.
-constexpr const char* kArchive = "\\Bin\\Bandwidth.Tnx";
-
 void MonthRollOver(Context& ctx, const std::string& month) {
   auto& m = ctx.model();
   const double up = Val(m.tup), down = Val(m.tdn);
-  ctx.INIWrite(kArchive, month, "Send", FN(up));
-  ctx.INIWrite(kArchive, month, "Rec", FN(down));
-  ctx.INIWrite(kArchive, month, "Total", FN(up + down));
+  ArchiveMonthTotals(ctx, month);
   const std::string totals =
       " Total Rec'd = " + FN(down) + " Sent " + FN(up) + " Total = " + FN(up + down);
   LogDailyBandwidth(ctx, "End of Month" + totals);

@@ -107,6 +107,15 @@ void AddToTotal(std::string& total, double bytes) {
   if (std::isfinite(sum)) total = Str(sum);
 }
 
+void ArchiveMonthTotals(Context& ctx, const std::string& month) {
+  const double up = Val(ctx.model().tup), down = Val(ctx.model().tdn);
+  // The roll-over spells the file "\Bin\Bandwidth.Tnx": one file, the name is
+  // case-blind.
+  ctx.INIWrite(kBandwidthFile, month, "Send", FN(up));
+  ctx.INIWrite(kBandwidthFile, month, "Rec", FN(down));
+  ctx.INIWrite(kBandwidthFile, month, "Total", FN(up + down));
+}
+
 void getbandwidthXP(Context& ctx) {
   auto& m = ctx.model();
 
@@ -245,9 +254,7 @@ void LoadTotals(Context& ctx) {
   m.BandwidthMonthKey = ctx.INIRead(kSettings, "Bandwidth", "Month");
   if (m.BandwidthMonthKey != Today(ctx, "mmmyyyy")) {
     const std::string section = Today(ctx, "mmmyyyy");
-    ctx.INIWrite(kBandwidthFile, section, "Send", FN(Val(m.tup)));
-    ctx.INIWrite(kBandwidthFile, section, "Rec", FN(Val(m.tdn)));
-    ctx.INIWrite(kBandwidthFile, section, "Total", FN(Val(m.tup) + Val(m.tdn)));
+    ArchiveMonthTotals(ctx, section);
     m.BandwidthMonthKey = section;
     ctx.INIWrite(kSettings, "Bandwidth", "Month", m.BandwidthMonthKey);
     m.tup = "0";

@@ -35,6 +35,10 @@ void LoadWeekTable(Context& ctx);
 // that fell due while the program was down (no log lines on this path).
 void LoadTotals(Context& ctx);
 
+// The month's totals in the archive, under `month` ("mmmyyyy"): "Send",
+// "Rec" and "Total" with grouping and no decimals.
+void ArchiveMonthTotals(Context& ctx, const std::string& month);
+
 // A byte total in words for the totals texts: above 1e15 in TB, above 1e12
 // in GB, else in MB, with grouping and no decimals.
 std::string TotalText(double bytes);

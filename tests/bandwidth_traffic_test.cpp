@@ -241,6 +241,25 @@ TEST(MonthTable, SaveITWritesTheTableToThisMonthsSection) {
   EXPECT_EQ(b.Key("Nov 2012", "Total Rec"), "22");
 }
 
+TEST(MonthTable, ClosingOnTheDayTheMonthChangedSavesToTheNewMonth) {
+  TrafficBench b(TrafficScenario("2012-11-30 23:59:58"));
+  b.Start();
+  b.s().loop().Wait(5000);  // the cycles of 00:00 see December
+  EXPECT_EQ(b.m().MonthLabel, "Dec 2012");
+  b.m().BWSWk[1] = "321";
+  b.s().app().FormUnload();
+  EXPECT_EQ(b.Key("Dec 2012", "Week2 Send"), "321");
+  EXPECT_EQ(b.Key("Nov 2012", "Week2 Send"), "0");
+}
+
+TEST(MonthTable, ExitLosesTheTableUntilTheNextWrite) {
+  TrafficBench b;
+  b.Start();
+  b.m().BWSWk[1] = "321";
+  b.s().app().Exit();
+  EXPECT_EQ(b.Key("Nov 2012", "Week2 Send"), "0");
+}
+
 TEST(RestoreTotals, ARestartOnANewDayClearsTheDayWithoutALogLine) {
   TrafficBench b(TrafficScenario("2012-11-15 09:00:00"));
   b.Settings(

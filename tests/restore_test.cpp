@@ -54,8 +54,8 @@ TEST(Restore, TheChoiceListsHaveTheirEntries) {
   EXPECT_EQ(m.BUFreqList[16], "155") << "where the series would have 255";
   EXPECT_EQ(m.BUFreqList[17], "270");
   EXPECT_EQ(m.BUFreqList.back(), "600");
-  EXPECT_EQ(m.CRTimeList, (TextList{"0000", "0100", "0200", "0300", "0400", "0500", "0600",
-                                    "1900", "2000", "2100", "2200", "2300"}));
+  EXPECT_EQ(m.CRTimeList, (TextList{"0000", "0100", "0200", "0300", "0400", "0500", "0600", "1900",
+                                    "2000", "2100", "2200", "2300"}));
   ASSERT_EQ(m.CPUPort2List.size(), 101u);
   EXPECT_EQ(m.CPUPort2List[0], "42000");
   EXPECT_EQ(m.CPUPort2List[1], "42002");
@@ -119,8 +119,7 @@ TEST(Restore, TrackingGroupsWithTheFourthsOwnKeys) {
       "[Track]\r\nEnabled=1\r\nInterval=5\r\nDataPath1=C:\\Logs\\W3SVC1\r\n"
       "DataPath4=ignored\r\nWebSite=www.example.org\r\n");
   Put(s.dir() + "/Events/Tracked/Track.dat", "[TData]\r\nDataPath4=C:\\Logs\\W3SVC4\r\n");
-  Put(s.dir() + "/Events/Tracked/Track1.dat",
-      "[TData]\r\nLogLen=1200\r\nLog Date=14 Nov 2012\r\n");
+  Put(s.dir() + "/Events/Tracked/Track1.dat", "[TData]\r\nLogLen=1200\r\nLog Date=14 Nov 2012\r\n");
   Put(s.dir() + "/Events/Tracked/Track4.dat", "[TData]\r\nLogLen=1\r\n[Data]\r\nLogLen=4400\r\n");
   Put(s.dir() + "/Files/TData1.dat", " a.htm\r\n\r\nb.zip\r\n");
   ASSERT_TRUE(s.app().FormLoad());
@@ -150,14 +149,6 @@ TEST(Restore, ANewDayClearsEveryNamesHitsOfTheDay) {
   EXPECT_EQ(s.ctx().INIRead("\\Events\\Tracked\\Track1.dat", "a.htm", "Hits"), "90");
   EXPECT_EQ(s.ctx().INIRead("\\Events\\Tracked\\Track2.dat", "c.htm", "HitsToday"), "0");
 }
-
-// The simulated machine with sockets scripted in the test.
-class ScriptedMachine : public ForwardingPlatform {
- public:
-  explicit ScriptedMachine(Platform& inner) : ForwardingPlatform(inner) {}
-  Network& Net() override { return net; }
-  ScriptedNetwork net;
-};
 
 TEST(Restore, TheListenersOpenForPortsAbove100BeforeTheEmptyPortsTurnToZero) {
   SimOptions options;

@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/forwarding_platform.h"
 #include "platform/network.h"
 
 namespace tarnex::testing {
@@ -166,6 +167,15 @@ class ScriptedNetwork : public Network {
   std::map<std::string, std::string> hosts_;
   std::map<std::string, std::deque<std::unique_ptr<Peer>>> services_;
   int next_port_ = 49152;
+};
+
+// A machine whose sockets are scripted in the test, and everything else as
+// the machine it wraps.
+class ScriptedMachine : public ForwardingPlatform {
+ public:
+  explicit ScriptedMachine(Platform& inner) : ForwardingPlatform(inner) {}
+  Network& Net() override { return net; }
+  ScriptedNetwork net;
 };
 
 }  // namespace tarnex::testing

@@ -10,14 +10,6 @@
 namespace tarnex::testing {
 namespace {
 
-// The simulated machine with the scripted network in place of the host's.
-class ScriptedMachine : public ForwardingPlatform {
- public:
-  explicit ScriptedMachine(Platform& inner) : ForwardingPlatform(inner) {}
-  Network& Net() override { return net; }
-  ScriptedNetwork net;
-};
-
 class SocketSeam : public ::testing::Test {
  protected:
   bool PumpUntil(const std::function<bool()>& done) {

@@ -1,0 +1,90 @@
+// The traffic totals across crashes: the server killed at random moments
+// and started again, over and over.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "base/legacy.h"
+#include "core/profile.h"
+#include "platform/native/native_files.h"
+#include "tests/calendar_support.h"
+
+namespace tarnex::testing {
+namespace {
+
+pid_t SpawnServer(const std::vector<std::string>& args) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const int null = open("/dev/null", O_WRONLY);
+    dup2(null, 1);
+    dup2(null, 2);
+    std::vector<std::string> copy = args;
+    std::string program = TARNEX_SERVER_BINARY;
+    std::vector<char*> argv = {program.data()};
+    for (auto& a : copy) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(program.c_str(), argv.data());
+    _exit(127);
+  }
+  return pid;
+}
+
+// Every second adds 1,000 bytes received and 10 sent: each total on disk
+// tells how many seconds it holds, and all six must tell the same.
+TEST(Reliability, KilledServerKeepsItsTotalsWholeAndGoingForward) {
+  const std::string dir = MakeTempDir();
+  const std::string app = dir + "/install", scenario = dir + "/scenario.json";
+  std::string text = TrafficScenario();
+  const std::string from = "\"\\\\Network Interface(Intel Ethernet)\\\\Bytes Sent/sec\": 0";
+  text.replace(text.find(from), from.size(),
+               "\"\\\\Network Interface(Intel Ethernet)\\\\Bytes Sent/sec\": 10");
+  const std::string rec = "\"\\\\Network Interface(Intel Ethernet)\\\\Bytes Received/sec\": 0";
+  text.replace(text.find(rec), rec.size(),
+               "\"\\\\Network Interface(Intel Ethernet)\\\\Bytes Received/sec\": 1000");
+  WriteFile(scenario, text);
+  std::mt19937 random(2012);
+  NativeFiles files;
+  double seconds = 0;
+  int rounds_with_totals = 0;
+  for (int round = 0; round < 100; ++round) {
+    const pid_t pid = SpawnServer({"--app-path", app, "--platform", "sim", "--scenario", scenario,
+                                   "--speed", "200", "--run-for", "3600"});
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 60000));
+    kill(pid, SIGKILL);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    ProfileStore store(files);
+    const std::string settings = app + "/Bin/Tarnex.Tnx";
+    const auto total = [&](const char* key) {
+      return legacy::Val(store.Read(settings, "Bandwidth", key));
+    };
+    if (store.Read(settings, "Bandwidth", "Daily Rec").empty()) {
+      // Killed before its first second was counted.
+      EXPECT_EQ(seconds, 0) << "round " << round << ": the totals went missing";
+      continue;
+    }
+    ++rounds_with_totals;
+    const double now = total("Daily Rec") / 1000;
+    EXPECT_EQ(now, std::floor(now)) << "round " << round;
+    EXPECT_EQ(total("Daily Sent"), now * 10) << "round " << round;
+    EXPECT_EQ(total("Total Rec"), now * 1000) << "round " << round;
+    EXPECT_EQ(total("Total Sent"), now * 10) << "round " << round;
+    EXPECT_EQ(total("Annual Rec"), now * 1000) << "round " << round;
+    EXPECT_EQ(total("Annual Sent"), now * 10) << "round " << round;
+    EXPECT_GE(now, seconds) << "round " << round << ": the totals went back";
+    seconds = now;
+    EXPECT_EQ(store.Read(settings, "Bandwidth", "Daily"), "14 Nov 2012") << "round " << round;
+  }
+  EXPECT_GT(rounds_with_totals, 50);
+  EXPECT_GT(seconds, 100) << "the runs went on from each other's totals";
+  std::filesystem::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace tarnex::testing
