@@ -59,6 +59,9 @@ class FaultFiles : public Files {
   bool Rename(const std::string& from, const std::string& to) override;
   bool Remove(const std::string& path) override;
   bool MakeDir(const std::string& path) override;
+  bool List(const std::string& path, std::vector<std::string>& names) const override {
+    return inner_.List(path, names);
+  }
   std::string TempPath(const std::string& path) const override { return inner_.TempPath(path); }
   int64_t ClockNs() const override { return inner_.ClockNs(); }
   std::optional<CivilTime> LocalTime(int64_t epoch_seconds) const override {

@@ -41,6 +41,17 @@ std::optional<CivilTime> Files::Modified(std::string_view name) const {
   return LocalTime(ns >= 0 ? ns / 1000000000 : -((-ns + 999999999) / 1000000000));
 }
 
+void Files::RemoveFilesOf(std::string_view folder) {
+  const std::string path = Native(folder);
+  std::vector<std::string> names;
+  if (path.empty() || !List(path, names)) return;
+  for (const std::string& name : names) {
+    FileInfo info;
+    const std::string file = path + "/" + name;
+    if (Stat(file, info) && info.regular) Remove(file);
+  }
+}
+
 std::optional<int64_t> Files::Size(std::string_view name) const {
   const std::string path = Native(name);
   FileInfo info;

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/civil_time.h"
 
@@ -65,6 +66,8 @@ class Files {
   virtual bool Rename(const std::string& from, const std::string& to) = 0;
   virtual bool Remove(const std::string& path) = 0;
   virtual bool MakeDir(const std::string& path) = 0;
+  // The names of the entries of a folder ("." and ".." left out).
+  virtual bool List(const std::string& path, std::vector<std::string>& names) const = 0;
   // The name of this process's temporary file for `path`, in the same folder.
   virtual std::string TempPath(const std::string& path) const = 0;
   // The clock file times are taken from, in nanoseconds since 1970.
@@ -84,6 +87,9 @@ class Files {
   bool ReadAll(std::string_view name, std::string& text);
   // When a file was last modified, in local time; nothing when it does not exist.
   std::optional<CivilTime> Modified(std::string_view name) const;
+  // Removes every file of a folder ("\Events\SnapShot\*.*"), passing over
+  // those that cannot be removed.
+  void RemoveFilesOf(std::string_view folder);
   // The size of a file in bytes; nothing when it is not a file that can be seen.
   std::optional<int64_t> Size(std::string_view name) const;
 

@@ -1,5 +1,6 @@
 #include "platform/native/native_files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -112,6 +113,18 @@ bool NativeFiles::Remove(const std::string& path) {
 
 bool NativeFiles::MakeDir(const std::string& path) {
   return ::mkdir(path.c_str(), 0755) == 0;
+}
+
+bool NativeFiles::List(const std::string& path, std::vector<std::string>& names) const {
+  names.clear();
+  DIR* dir = ::opendir(path.c_str());
+  if (dir == nullptr) return false;
+  while (const dirent* e = ::readdir(dir)) {
+    const std::string name = e->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  ::closedir(dir);
+  return true;
 }
 
 std::string NativeFiles::TempPath(const std::string& path) const {

@@ -19,6 +19,7 @@ class NativeFiles : public Files {
   bool Rename(const std::string& from, const std::string& to) override;
   bool Remove(const std::string& path) override;
   bool MakeDir(const std::string& path) override;
+  bool List(const std::string& path, std::vector<std::string>& names) const override;
   std::string TempPath(const std::string& path) const override;
   int64_t ClockNs() const override;
   std::optional<CivilTime> LocalTime(int64_t epoch_seconds) const override;
