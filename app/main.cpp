@@ -14,6 +14,8 @@
 #include <nlohmann/json.hpp>
 
 #include "core/app.h"
+#include "core/commands.h"
+#include "core/timeline.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/native/process.h"
 #include "platform/sim/sim_platform.h"
@@ -166,6 +168,7 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
 
 int Run(const Options& o) {
   std::unique_ptr<tarnex::Platform> platform;
+  tarnex::SimPlatform* sim_platform = nullptr;
   std::string app_path = o.app_path;
   if (o.platform == "sim") {
     tarnex::SimOptions sim;
@@ -175,8 +178,10 @@ int Run(const Options& o) {
     sim.answer = o.answer;
     sim.quiet = o.quiet;
     std::string error;
-    platform = tarnex::SimPlatform::Load(sim, error);
-    if (!platform) return Usage(error);
+    auto loaded = tarnex::SimPlatform::Load(sim, error);
+    if (!loaded) return Usage(error);
+    sim_platform = loaded.get();
+    platform = std::move(loaded);
   }
   if (!tarnex::PrepareFolder(app_path)) {
     return Usage("cannot use '" + app_path + "' as the installation folder");
@@ -198,7 +203,18 @@ int Run(const Options& o) {
   tarnex::CloseSignals signals(loop, [&app] { app.FormUnload(); });
   if (!signals.ok()) return 1;
 
+  // The scenario's operator: every step is looked at before the program starts.
+  std::vector<tarnex::OperatorTimeline::Step> steps;
+  if (sim_platform != nullptr) {
+    for (const auto& s : sim_platform->operator_steps) steps.push_back({s.at, s.step});
+  }
+  tarnex::OperatorTimeline timeline(app, std::move(steps), [](const std::string& problem) {
+    std::cerr << "tarnex-server: " << problem << "\n";
+  });
+  if (const std::string problem = timeline.Check(); !problem.empty()) return Usage(problem);
+
   if (!app.FormLoad()) return kExitOtherInstance;
+  timeline.Start();
 
   // The closing timer re-arms itself, 60 s at most at a time, until the end.
   int closer = 0;
@@ -224,7 +240,9 @@ int Run(const Options& o) {
   app.Flush();
 
   if (!o.dump_model.empty()) {
-    const std::string text = tarnex::ModelToJson(app.model()).dump(2) + "\n";
+    nlohmann::json dump = tarnex::ModelToJson(app.model());
+    dump["forms"] = app.commands().Dump();
+    const std::string text = dump.dump(2) + "\n";
     if (!platform->Fs().Replace(o.dump_model, text)) {
       std::cerr << "tarnex-server: cannot write " << o.dump_model << "\n";
     }

@@ -72,6 +72,29 @@ void LoadCloseOnBackup(Context& ctx) {
   ctx.model().BUClosed2 = ListEntries(ctx, "\\Files\\CloseOnBU.txt", true, false);
 }
 
+namespace {
+
+void StartBackupCompanion(Context& ctx, const char* parameters) {
+  ctx.platform().ShellOpen(ctx.Path("\\TarnexSBackup.exe"), parameters, ctx.model().AppPath);
+}
+
+}  // namespace
+
+void menuBU(Context& ctx) {
+  auto& m = ctx.model();
+  m.Label20 = "Manual BU Started: " + legacy::FormatDate(ctx.Now(), "hh:mm:ssampm");
+  m.BackupState = 1;
+  StartBackupCompanion(ctx, "-S");
+}
+
+void menuFullBU(Context& ctx) {
+  auto& m = ctx.model();
+  m.BackupState = 2;
+  m.Label20 = "Last BU Started: " + legacy::FormatDate(ctx.Now(), "hh:mm:ssampm");
+  StartBackupCompanion(ctx, "-F");
+  ctx.Wait(5000);
+}
+
 std::string CompanionPath(Context& ctx) {
   return ctx.Path("\\SendBU.exe");
 }

@@ -21,6 +21,11 @@ void LoadClosePrograms(Context& ctx);
 // Step 27, its last part: "\Files\CloseOnBU.txt", untrimmed, no comments.
 void LoadCloseOnBackup(Context& ctx);
 
+// The menu's "Back-up NOW": a file back-up ("-S") or a full one ("-F", then
+// five seconds for the companion to appear), whatever runs already.
+void menuBU(Context& ctx);
+void menuFullBU(Context& ctx);
+
 // AppPath & "\SendBU.exe".
 std::string CompanionPath(Context& ctx);
 // Starts the sending companion when sending is on and it does not run.

@@ -24,6 +24,9 @@
   /* the choice lists of the interval and of the close and restart time */ \
   X(TextList, BUFreqList, {})                                              \
   X(TextList, CRTimeList, {})                                              \
+  /* the back-up status lines */                                           \
+  X(Text, Label20, "")                                                     \
+  X(Text, Label21, "")                                                     \
   /* 0 nothing running, 1 a file back-up, 2 a full back-up */              \
   X(int32_t, BackupState, 0)                                               \
   /* "Send Summary": kept, read by nothing */                              \

@@ -107,14 +107,14 @@
   X(int32_t, RecMbps, 0)                                                            \
   X(double, ScaleRec, 100)                                                          \
   X(double, ScaleSent, 100)                                                         \
-  /* the traffic texts of the main screen */                                        \
-  X(Text, PacketsRecText, "")                                                       \
-  X(Text, PacketsSentText, "")                                                      \
-  X(Text, PacketsRecErrorsText, "")                                                 \
-  X(Text, PacketsSentErrorsText, "")                                                \
-  X(Text, PacketsQueueText, "")                                                     \
-  X(Text, OffloadText, "")                                                          \
-  X(Text, TotalPacketsText, "")                                                     \
+  /* the traffic texts of the main screen: the seven packet lines first */          \
+  X(Text, Label51, "")                                                              \
+  X(Text, Label52, "")                                                              \
+  X(Text, Label53, "")                                                              \
+  X(Text, Label54, "")                                                              \
+  X(Text, Label55, "")                                                              \
+  X(Text, Label56, "")                                                              \
+  X(Text, Label57, "")                                                              \
   X(Text, upthru, "")                                                               \
   X(Text, dnthru, "")                                                               \
   X(Text, trstart, "")                                                              \

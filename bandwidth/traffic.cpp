@@ -149,13 +149,13 @@ void getbandwidthXP(Context& ctx) {
 
   // 6. The texts. The two packet lines are crossed: "Packets Sent: " shows
   // the received packets, "Packets Rec: " the sent ones.
-  m.PacketsRecText = "Packets Rec: " + FN(m.NetPacketsSent) + " Sec";
-  m.PacketsSentText = "Packets Sent: " + FN(m.NetPacketsRec) + " Sec";
-  m.PacketsRecErrorsText = "Packets Rec Errors: " + FN(m.NetRecErrors) + " Sec";
-  m.PacketsSentErrorsText = "Packets Sent Errors: " + FN(m.NetOutErrors) + " Sec";
-  m.PacketsQueueText = "Packets Send Queue: " + FN(m.NetOutQueue) + " Sec";
-  m.OffloadText = "Offload: " + FN(m.NetOffloaded) + " Sec";
-  m.TotalPacketsText = "Total Packets: " + FN(m.NetPackets) + " Sec";
+  m.Label51 = "Packets Rec: " + FN(m.NetPacketsSent) + " Sec";
+  m.Label52 = "Packets Sent: " + FN(m.NetPacketsRec) + " Sec";
+  m.Label53 = "Packets Rec Errors: " + FN(m.NetRecErrors) + " Sec";
+  m.Label54 = "Packets Sent Errors: " + FN(m.NetOutErrors) + " Sec";
+  m.Label55 = "Packets Send Queue: " + FN(m.NetOutQueue) + " Sec";
+  m.Label56 = "Offload: " + FN(m.NetOffloaded) + " Sec";
+  m.Label57 = "Total Packets: " + FN(m.NetPackets) + " Sec";
   m.upthru = "Cur Sent: " + FN(m.CurSent / 1000) + " Kb";
   m.dnthru = "Cur Rec'd: " + FN(m.CurRec / 1000) + " Kb";
   m.trstart = TotalText(Val(m.tdn)) + " / " + TotalText(Val(m.AnnualRec));

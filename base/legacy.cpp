@@ -1122,6 +1122,54 @@ std::string Cp1252ToUtf8(std::string_view text) {
   return out;
 }
 
+std::string Utf8ToCp1252(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    uint32_t code = 0;
+    size_t length = 1;
+    if (c < 0x80) {
+      code = c;
+    } else if ((c & 0xE0) == 0xC0) {
+      code = c & 0x1F;
+      length = 2;
+    } else if ((c & 0xF0) == 0xE0) {
+      code = c & 0x0F;
+      length = 3;
+    } else if ((c & 0xF8) == 0xF0) {
+      code = c & 0x07;
+      length = 4;
+    } else {
+      out.push_back('?');
+      ++i;
+      continue;
+    }
+    bool whole = i + length <= text.size();
+    for (size_t k = 1; whole && k < length; ++k) {
+      const unsigned char next = static_cast<unsigned char>(text[i + k]);
+      whole = (next & 0xC0) == 0x80;
+      code = (code << 6) | (next & 0x3F);
+    }
+    if (!whole) {
+      out.push_back('?');
+      ++i;
+      continue;
+    }
+    i += length;
+    char byte = '?';
+    if (code < 0x80 || (code >= 0xA0 && code <= 0xFF)) {
+      byte = static_cast<char>(code);
+    } else {
+      for (uint32_t high = 0; high < 32; ++high) {
+        if (kCp1252High[high] == code) byte = static_cast<char>(0x80 + high);
+      }
+    }
+    out.push_back(byte);
+  }
+  return out;
+}
+
 std::optional<double> ImplicitNumber(std::string_view text) {
   const std::string t = Trim(text);
   if (t.empty()) return std::nullopt;

@@ -79,7 +79,9 @@ class Random {
   uint32_t seed_ = 0x50000;
 };
 
-// Windows-1252 text as UTF-8.
+// Windows-1252 text as UTF-8, and back (a character Windows-1252 does not
+// have, or a broken sequence, becomes "?").
 std::string Cp1252ToUtf8(std::string_view text);
+std::string Utf8ToCp1252(std::string_view text);
 
 }  // namespace tarnex::legacy

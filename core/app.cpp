@@ -3,6 +3,7 @@
 #include "backup/backup_settings.h"
 #include "bandwidth/traffic.h"
 #include "base/legacy.h"
+#include "core/commands.h"
 #include "inventory/dos_outputs.h"
 #include "monitorlink/listeners.h"
 
@@ -12,7 +13,8 @@ App::App(Platform& platform, std::string app_path)
     : platform_(platform),
       profiles_(platform.Fs()),
       ctx_(platform, model_, profiles_),
-      listeners_(std::make_unique<Listeners>(platform)) {
+      listeners_(std::make_unique<Listeners>(platform)),
+      commands_(std::make_unique<Commands>(*this)) {
   model_.AppPath = std::move(app_path);
   // The settings written between two waits of the loop reach the disk as one
   // replacement of each file changed, before the loop waits, yields or sleeps.

@@ -15,6 +15,7 @@
 
 namespace tarnex {
 
+class Commands;
 class DOSOutputs;
 class Listeners;
 
@@ -36,6 +37,8 @@ class App {
   // The command runner of the main window, made at start-up; its output
   // goes to DOSBox. Null before start-up.
   DOSOutputs* objDOS() { return objDOS_.get(); }
+  // The operator's surface: every window with its fields and commands.
+  Commands& commands() { return *commands_; }
 
   // Start-up. False when the process must end at once (another instance runs).
   bool FormLoad();
@@ -64,6 +67,7 @@ class App {
   Context ctx_;
   std::unique_ptr<Listeners> listeners_;
   std::unique_ptr<DOSOutputs> objDOS_;
+  std::unique_ptr<Commands> commands_;
   int timer1_ = 0;
   int timer2_ = 0;
   int flush_hook_ = 0;

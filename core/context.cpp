@@ -46,6 +46,16 @@ void Context::ShowMessage(const std::string& text) {
   platform_.ShowMessage(text);
 }
 
+bool Context::AskYesNo(const std::string& text) {
+  model_.OperatorQuestions.push_back(text);
+  if (answer_ >= 0) {
+    const bool yes = answer_ == 1;
+    answer_ = -1;
+    return yes;
+  }
+  return platform_.AskYesNo(text);
+}
+
 void ReadFlag(const std::string& text, int32_t& flag) {
   if (auto n = legacy::ImplicitNumber(text)) flag = static_cast<int32_t>(legacy::CLng(*n));
 }

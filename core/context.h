@@ -49,6 +49,11 @@ class Context {
 
   // A message box for the operator; kept in the model too.
   void ShowMessage(const std::string& text);
+  // A yes/no question for the operator, kept in the model too: answered by
+  // the answer given beforehand (an operator step's), else by the machine.
+  bool AskYesNo(const std::string& text);
+  void GiveAnswer(bool yes) { answer_ = yes ? 1 : 0; }
+  void ForgetAnswer() { answer_ = -1; }
 
   // A new turn of the loop: the settings store looks at its files again, and
   // settings file names are mapped to host paths again.
@@ -62,6 +67,7 @@ class Context {
   ProfileStore& profiles_;
   // Settings file names mapped to host paths in this turn.
   std::unordered_map<std::string, std::string> native_names_;
+  int answer_ = -1;  // the next question's answer given beforehand; -1: none
 };
 
 // A flag read from the settings ("1", "0", "True", "False"): the empty text

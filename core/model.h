@@ -14,6 +14,7 @@
 
 #include "backup/fields.h"
 #include "bandwidth/fields.h"
+#include "console/fields.h"
 #include "counters/fields.h"
 #include "inventory/fields.h"
 #include "mail/fields.h"
@@ -56,7 +57,10 @@ using SQLHandles = std::array<int32_t, 14>;
   X(Text, SysInfo, "")                                                        \
   X(double, Left, 0)                                                          \
   X(double, Top, 0)                                                           \
+  /* the panel of settings the main window shows: "" or Frame1 to Frame5 */   \
+  X(Text, ShownPanel, "")                                                     \
   X(TextList, OperatorMessages, {})                                           \
+  X(TextList, OperatorQuestions, {})                                          \
   /* run-time scratch zeroed at start */                                      \
   X(double, LogAllSeconds, 0)                                                 \
   X(double, LogAllElapsed, 0)                                                 \
@@ -147,7 +151,8 @@ using SQLHandles = std::array<int32_t, 14>;
   TARNEX_MONITORLINK_FIELDS(X)                                                \
   TARNEX_BACKUP_FIELDS(X)                                                     \
   TARNEX_MAIL_FIELDS(X)                                                       \
-  TARNEX_TRACKING_FIELDS(X)
+  TARNEX_TRACKING_FIELDS(X)                                                   \
+  TARNEX_CONSOLE_FIELDS(X)
 
 struct ServerModel {
 #define TARNEX_DECLARE_FIELD(type, name, init) type name = init;

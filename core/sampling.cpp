@@ -88,6 +88,9 @@ void App::Timer1() {
   // 22. The tick counter wraps.
   if (m.MinuteTick > 60) m.MinuteTick = 1;
 
+  // 23. While recording: a line to each snapshot file.
+  if (m.LogAllSeconds != 0) LogMYData(ctx_);
+
   // 25. What the rules found.
   JournalFindings(ctx_);
 

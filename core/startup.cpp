@@ -6,6 +6,7 @@
 #include "bandwidth/traffic.h"
 #include "base/legacy.h"
 #include "core/app.h"
+#include "core/commands.h"
 #include "core/journal.h"
 #include "counters/catalogue.h"
 #include "counters/programs.h"
@@ -189,9 +190,10 @@ bool App::FormLoad() {
   // 31. The sending companion.
   StartCompanionIfWanted(ctx_);
 
-  // 32. The event window shows the system text; the timers start, in this
-  // order, each at 1000 ms.
+  // 32. The performance console when it is wanted; the event window shows
+  // the system text; the timers start, in this order, each at 1000 ms.
   ReadFlag(ctx_.INIRead(Context::kSettingsFile, "Server", "Start Server Monitor"), m.Check3[2]);
+  if (m.Check3[2] == 1) commands_->Open("frmServer");
   m.EventText = m.SysInfo;
   EventTextChanged(m);
   timer1_ = loop().AddTimer([this] { Timer1(); });

@@ -224,6 +224,40 @@ void CounterCatalogue::ReadServerValues() {
   for (size_t i = 0; i < 33; ++i) m_.ServerValues[i] = Read(m_.hServer[i]);
 }
 
+const char* const kServerCaptions[33] = {"Bytes Total",
+                                         "Bytes Received",
+                                         "Bytes Transmitted",
+                                         "Sessions Timed Out",
+                                         "Sessions Errored Out",
+                                         "Sessions Logged Off",
+                                         "Sessions Forced Off",
+                                         "Errors Logon",
+                                         "Errors Access Permissions",
+                                         "Errors Granted Access",
+                                         "Errors System",
+                                         "Blocking Requests Rejected",
+                                         "Work Item Shortages",
+                                         "Files Opened Total",
+                                         "Files Open",
+                                         "Server Sessions",
+                                         "File Directory Searches",
+                                         "Pool Nonpaged Bytes",
+                                         "Pool Nonpaged Peak",
+                                         "Pool Paged Bytes",
+                                         "Pool Paged Peak",
+                                         "Context Blocks Queued",
+                                         "Logon",
+                                         "Logon Total",
+                                         "Total Durable Handles",
+                                         "Reconnected Durable Handles",
+                                         "SMB BC Hash Header Requests",
+                                         "SMB BC Hash Generation Requests",
+                                         "SMB BC Hash Requests Received",
+                                         "SMB BC Hash Responses Sent",
+                                         "SMB BC Hash Bytes Sent",
+                                         "Total Resilient Handles",
+                                         "Reconnected Resilient Handles"};
+
 void ReadServerCounters(Context& ctx) {
   auto& m = ctx.model();
   if (m.LogAllSeconds == 0 && m.ServerConsoleOpen == 0) {

@@ -54,7 +54,9 @@ class CounterCatalogue {
 void ReadServerCounters(Context& ctx);
 
 // The thirty-three counters of the server object, in the order of
-// ServerValues (also the names of the console and the recordings).
+// ServerValues.
 extern const char* const kServerCounterNames[33];
+// Their names as the performance console and the recordings show them.
+extern const char* const kServerCaptions[33];
 
 }  // namespace tarnex

@@ -12,4 +12,10 @@ void LogAllWindow(Context& ctx);
 // tick and the programs' page faults and working sets.
 void ReadRecordedPrograms(Context& ctx);
 
+// A "Log All Data" entry: the files of "\Events\SnapShot" go, and a recording
+// of `seconds` (60, 300, 600 or 900) starts.
+void StartRecording(Context& ctx, double seconds);
+// The cycle's step 23: one line to each of the thirteen snapshot files.
+void LogMYData(Context& ctx);
+
 }  // namespace tarnex

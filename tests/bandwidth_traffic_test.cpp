@@ -70,8 +70,8 @@ TEST(TrafficTick, TheQueueLengthSumIsNeverReset) {
   b.Tick();
   EXPECT_EQ(b.m().NetOutQueue, 9);
   EXPECT_EQ(b.m().NetPackets, 10);
-  EXPECT_EQ(b.m().PacketsQueueText, "Packets Send Queue: 9 Sec");
-  EXPECT_EQ(b.m().TotalPacketsText, "Total Packets: 10 Sec");
+  EXPECT_EQ(b.m().Label55, "Packets Send Queue: 9 Sec");
+  EXPECT_EQ(b.m().Label57, "Total Packets: 10 Sec");
 }
 
 TEST(TrafficTick, ThePacketLabelsAreCrossed) {
@@ -83,11 +83,11 @@ TEST(TrafficTick, ThePacketLabelsAreCrossed) {
   b.Counter("Packets Outbound Errors", 3);
   b.Counter("Offloaded Connections", 4);
   b.Tick();
-  EXPECT_EQ(b.m().PacketsSentText, "Packets Sent: 1,234 Sec");
-  EXPECT_EQ(b.m().PacketsRecText, "Packets Rec: 56 Sec");
-  EXPECT_EQ(b.m().PacketsRecErrorsText, "Packets Rec Errors: 2 Sec");
-  EXPECT_EQ(b.m().PacketsSentErrorsText, "Packets Sent Errors: 3 Sec");
-  EXPECT_EQ(b.m().OffloadText, "Offload: 4 Sec");
+  EXPECT_EQ(b.m().Label52, "Packets Sent: 1,234 Sec");
+  EXPECT_EQ(b.m().Label51, "Packets Rec: 56 Sec");
+  EXPECT_EQ(b.m().Label53, "Packets Rec Errors: 2 Sec");
+  EXPECT_EQ(b.m().Label54, "Packets Sent Errors: 3 Sec");
+  EXPECT_EQ(b.m().Label56, "Offload: 4 Sec");
 }
 
 TEST(TrafficTick, EveryValueGoesThroughItsTextWithFifteenDigits) {

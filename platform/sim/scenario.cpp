@@ -12,7 +12,7 @@ const std::map<std::string, ScenarioReader>& ScenarioReaders() {
       {"counters", ReadCounters},     {"objects", ReadObjects},
       {"processes", ReadProcesses},   {"services", ReadServices},
       {"commands", ReadCommands},     {"wmi", ReadWmi},
-      {"interfaces", ReadInterfaces},
+      {"interfaces", ReadInterfaces}, {"operator", ReadOperator},
   };
   return readers;
 }

@@ -40,6 +40,9 @@ bool ReadCommands(SimPlatform& sim, const nlohmann::json& value, std::string& er
 // The interface table (scenario_network.cpp).
 bool ReadInterfaces(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 
+// The operator's timeline (scenario_operator.cpp).
+bool ReadOperator(SimPlatform& sim, const nlohmann::json& value, std::string& error);
+
 // System-management classes (scenario_wmi.cpp).
 bool ReadWmi(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "platform/counter_table.h"
 #include "platform/native/instance_lock.h"
 #include "platform/native/native_network.h"
@@ -124,6 +126,13 @@ class SimPlatform : public Platform {
   std::map<std::string, Disk> disks;  // upper-cased root -> size
   // The interface table; nothing when the machine cannot give one.
   std::optional<std::vector<InterfaceRow>> interfaces;
+
+  // The operator's steps, in order, each with its time.
+  struct OperatorStep {
+    CivilTime at;
+    nlohmann::json step;
+  };
+  std::vector<OperatorStep> operator_steps;
 
  private:
   SimPlatform() = default;

@@ -1,0 +1,312 @@
+#include "core/commands.h"
+
+#include "backup/backup_settings.h"
+#include "bandwidth/bw_window.h"
+#include "base/legacy.h"
+#include "console/graphs.h"
+#include "console/server_console.h"
+#include "core/app.h"
+#include "core/model_fields.h"
+#include "counters/recordings.h"
+#include "rules/engine.h"
+#include "rules/views.h"
+
+namespace tarnex {
+
+using nlohmann::json;
+
+namespace {
+
+bool SameName(const std::string& a, const std::string& b) {
+  return legacy::LCase(a) == legacy::LCase(b);
+}
+
+std::string FormName(const std::string& form) {
+  return form.empty() ? Commands::kMainWindow : form;
+}
+
+}  // namespace
+
+Commands::Commands(App& app) : app_(app) {
+  Context& ctx = app_.ctx();
+
+  // The main window: open from start-up until it is closed.
+  Form& main = Add(kMainWindow, nullptr, [this] { app_.FormUnload(); });
+  main.open = true;
+  main.commands = {
+      {"Command1", [this] { app_.Command1(); }},
+      {"Command2", [this] { app_.Exit(); }},
+      {"mnuExit", [this] { app_.Exit(); }},
+      {"mnulogall1", [&ctx] { StartRecording(ctx, 60); }},
+      {"mnulogall5", [&ctx] { StartRecording(ctx, 300); }},
+      {"mnulogall10", [&ctx] { StartRecording(ctx, 600); }},
+      {"mnulogall15", [&ctx] { StartRecording(ctx, 900); }},
+      {"menuBU", [&ctx] { menuBU(ctx); }},
+      {"menuFullBU", [&ctx] { menuFullBU(ctx); }},
+      {"mnuservermon", [this] { Open("frmServer"); }},
+      {"mnuserverdata", [this] { Open("frmShowBN"); }},
+      {"mnuCPUUse", [this] { Open("CPUGraph"); }},
+      {"mnubw",
+       [this, &ctx] {
+         ctx.model().BWSumMode = 1;
+         Open("frmBWSum");
+       }},
+      {"mnubwm",
+       [this, &ctx] {
+         ctx.model().BWSumMode = 2;
+         Open("frmBWSum");
+       }},
+      {"mnuBN", [this] { Open("frmBNTracking"); }},
+      {"Label16", [&ctx] { Label16Click(ctx.model()); }},
+  };
+  // The panels of the main window: which one shows is all they change.
+  const struct {
+    const char* command;
+    const char* panel;
+  } panels[] = {{"Command3", "Frame1"}, {"Command4", "Frame1"}, {"Command5", "Frame2"},
+                {"Command6", "Frame3"}, {"Command8", "Frame4"}, {"Command9", "Frame5"},
+                {"Command7", ""}};
+  for (const auto& p : panels) {
+    main.commands.push_back(
+        {p.command, [&ctx, panel = std::string(p.panel)] { ctx.model().ShownPanel = panel; }});
+  }
+
+  // The performance console.
+  Form& server = Add(
+      "frmServer", [&ctx] { OpenServerConsole(ctx); }, [&ctx] { CloseServerConsole(ctx); });
+  server.shown = [&ctx] { return ctx.model().ServerConsoleOpen == 1; };
+  server.fields = {
+      {"LeftCap", [](const ServerModel& m) { return ToJson(m.LeftCap); }},
+      {"LeftVal", [](const ServerModel& m) { return ToJson(m.LeftVal); }},
+      {"RightCap", [](const ServerModel& m) { return ToJson(m.RightCap); }},
+      {"RightVal", [](const ServerModel& m) { return ToJson(m.RightVal); }},
+      {"Top", [](const ServerModel& m) { return ToJson(m.ServerConsoleTop); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         return FromJson(v, m.ServerConsoleTop, e);
+       }},
+      {"Left", [](const ServerModel& m) { return ToJson(m.ServerConsoleLeft); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         return FromJson(v, m.ServerConsoleLeft, e);
+       }},
+  };
+  // Its "Options" menu has entries with nothing behind them.
+  for (const char* entry : {"mnuset", "mnuhide", "mnucloseme", "mnuquit"}) {
+    server.commands.push_back({entry, [] {}});
+  }
+
+  // The data view of the rules.
+  Form& data = Add(
+      "frmShowBN", [&ctx] { OpenBNView(ctx); }, [&ctx] { CloseBNView(ctx); });
+  data.shown = [&ctx] { return ctx.model().BNViewOpen == 1; };
+  data.fields = {
+      {"Label1", [](const ServerModel& m) { return ToJson(m.BNCaption); }},
+      {"BNVal", [](const ServerModel& m) { return ToJson(m.BNVal); }},
+      {"BNValRed", [](const ServerModel& m) { return ToJson(m.BNValRed); }},
+      {"Width", [](const ServerModel& m) { return ToJson(m.BNViewWidth); }},
+  };
+
+  // The list of what the rules watch.
+  Form& tracked = Add("frmBNTracking", [&ctx] { BuildBNList(ctx.model()); }, nullptr);
+  tracked.fields = {
+      {"Text1", [](const ServerModel& m) { return ToJson(m.BNTrackedText); }},
+  };
+
+  // The bandwidth journals; it is open while it has a caption.
+  Form& bw = Add("frmBWSum", [&ctx] { OpenBWSum(ctx); }, [&ctx] { CloseBWSum(ctx); });
+  bw.shown = [&ctx] { return !ctx.model().BWSumCaption.empty(); };
+  bw.fields = {
+      {"Caption", [](const ServerModel& m) { return ToJson(m.BWSumCaption); }},
+      {"Text1", [](const ServerModel& m) { return ToJson(m.BWSumText); }},
+  };
+  bw.commands = {
+      {"Command2", [&ctx] { BWSumCommand2(ctx); }},
+      {"Command3", [&ctx] { CloseBWSum(ctx); }},
+  };
+
+  // The CPU graph window: its charts are drawn once, as it opens.
+  Form& graph = Add("CPUGraph", [&ctx] { OpenCPUGraph(ctx); }, nullptr);
+  graph.fields = {
+      {"CPUU", [](const ServerModel& m) {
+         return json::array({ToJson(m.CPUU0), ToJson(m.CPUU1), ToJson(m.CPUU2)});
+       }},
+  };
+}
+
+Commands::Form& Commands::Add(const std::string& name, std::function<void()> load,
+                              std::function<void()> unload) {
+  Form form;
+  form.name = name;
+  form.load = std::move(load);
+  form.unload = std::move(unload);
+  forms_.push_back(std::move(form));
+  return forms_.back();
+}
+
+const Commands::Form* Commands::Find(const std::string& name) const {
+  const std::string wanted = FormName(name);
+  for (const Form& form : forms_) {
+    if (SameName(form.name, wanted)) return &form;
+  }
+  return nullptr;
+}
+
+Commands::Form* Commands::Find(const std::string& name) {
+  return const_cast<Form*>(std::as_const(*this).Find(name));
+}
+
+bool Commands::Shown(const Form& form) const {
+  return form.shown ? form.shown() : form.open;
+}
+
+bool Commands::IsOpen(const std::string& form) const {
+  const Form* f = Find(form);
+  return f != nullptr && Shown(*f);
+}
+
+std::string Commands::Open(const std::string& name) {
+  Form* form = Find(name);
+  if (form == nullptr) return "no form named '" + FormName(name) + "'";
+  // A form that is open already only comes to the front.
+  if (Shown(*form)) return {};
+  form->open = true;
+  if (form->load) form->load();
+  return {};
+}
+
+std::string Commands::Close(const std::string& name) {
+  Form* form = Find(name);
+  if (form == nullptr) return "no form named '" + FormName(name) + "'";
+  if (!Shown(*form)) return {};
+  form->open = false;
+  if (form->unload) form->unload();
+  return {};
+}
+
+std::string Commands::CheckSet(const Form& form, const std::string& field,
+                               const json& value) const {
+  // The value is tried on a copy of the model, so a check changes nothing.
+  ServerModel scratch = app_.model();
+  std::string error;
+  if (&form == &forms_.front()) {
+    const ModelField* f = FindModelField(field);
+    if (f == nullptr) return "the main window has no field '" + field + "'";
+    if (!f->set(scratch, value, error)) return "field '" + f->name + "': " + error;
+    return {};
+  }
+  for (const Field& f : form.fields) {
+    if (!SameName(f.name, field)) continue;
+    if (!f.set) return "field '" + f.name + "' of " + form.name + " can be read only";
+    if (!f.set(scratch, value, error)) return "field '" + f.name + "' of " + form.name + ": " + error;
+    return {};
+  }
+  return form.name + " has no field '" + field + "'";
+}
+
+std::string Commands::Set(const std::string& name, const std::string& field, const json& value) {
+  Form* form = Find(name);
+  if (form == nullptr) return "no form named '" + FormName(name) + "'";
+  if (std::string problem = CheckSet(*form, field, value); !problem.empty()) return problem;
+  std::string error;
+  if (form == &forms_.front()) {
+    FindModelField(field)->set(app_.model(), value, error);
+  } else {
+    for (const Field& f : form->fields) {
+      if (SameName(f.name, field)) f.set(app_.model(), value, error);
+    }
+  }
+  return error;
+}
+
+std::string Commands::Do(const std::string& name, const std::string& command) {
+  Form* form = Find(name);
+  if (form == nullptr) return "no form named '" + FormName(name) + "'";
+  for (const Command& c : form->commands) {
+    if (SameName(c.name, command)) {
+      c.run();
+      return {};
+    }
+  }
+  return form->name + " has no command '" + command + "'";
+}
+
+std::string Commands::Check(const json& step) const {
+  if (!step.is_object()) return "a step is an object";
+  std::string name;
+  if (step.contains("form")) {
+    if (!step["form"].is_string()) return "\"form\" takes a form's name";
+    name = step["form"].get<std::string>();
+  }
+  const Form* form = Find(name);
+  if (form == nullptr) return "no form named '" + FormName(name) + "'";
+  for (const auto& [key, value] : step.items()) {
+    if (key == "at" || key == "form") continue;
+    if (key == "open" || key == "close") {
+      if (!value.is_boolean()) return "\"" + key + "\" takes true or false";
+    } else if (key == "answer") {
+      if (value != "yes" && value != "no") return "\"answer\" takes \"yes\" or \"no\"";
+    } else if (key == "do") {
+      if (!value.is_string()) return "\"do\" takes a command's name";
+      const std::string command = value.get<std::string>();
+      bool found = false;
+      for (const Command& c : form->commands) found = found || SameName(c.name, command);
+      if (!found) return form->name + " has no command '" + command + "'";
+    } else if (key == "set") {
+      if (!value.is_object()) return "\"set\" takes an object of fields and values";
+      for (const auto& [field, v] : value.items()) {
+        if (std::string problem = CheckSet(*form, field, v); !problem.empty()) return problem;
+      }
+    } else {
+      return "unknown key \"" + key + "\"";
+    }
+  }
+  return {};
+}
+
+std::string Commands::Run(const json& step) {
+  if (std::string problem = Check(step); !problem.empty()) return problem;
+  const std::string name = step.value("form", std::string());
+  Context& ctx = app_.ctx();
+  // The answer is for a question this step raises, and for no later one.
+  if (step.contains("answer")) ctx.GiveAnswer(step["answer"] == "yes");
+  std::string problem;
+  if (step.value("open", false)) problem = Open(name);
+  if (problem.empty() && step.contains("set")) {
+    for (const auto& [field, value] : step["set"].items()) {
+      problem = Set(name, field, value);
+      if (!problem.empty()) break;
+    }
+  }
+  if (problem.empty() && step.contains("do")) problem = Do(name, step["do"].get<std::string>());
+  if (problem.empty() && step.value("close", false)) problem = Close(name);
+  ctx.ForgetAnswer();
+  return problem;
+}
+
+json Commands::Dump() const {
+  json out = json::object();
+  for (const Form& form : forms_) {
+    if (&form == &forms_.front()) continue;
+    json fields = json::object();
+    fields["open"] = Shown(form);
+    for (const Field& f : form.fields) fields[f.name] = f.get(app_.model());
+    out[form.name] = std::move(fields);
+  }
+  return out;
+}
+
+std::vector<Commands::Description> Commands::Describe() const {
+  std::vector<Description> out;
+  for (const Form& form : forms_) {
+    Description d{form.name, {}, {}};
+    if (&form == &forms_.front()) {
+      d.fields.push_back("*");
+    } else {
+      for (const Field& f : form.fields) d.fields.push_back(f.name);
+    }
+    for (const Command& c : form.commands) d.commands.push_back(c.name);
+    out.push_back(std::move(d));
+  }
+  return out;
+}
+
+}  // namespace tarnex
