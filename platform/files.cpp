@@ -18,7 +18,13 @@ bool Files::Append(std::string_view name, std::string_view text, bool create) {
   if (path.empty()) return false;
   const int file = Open(path, create ? OpenFor::kAppend : OpenFor::kAppendExisting);
   if (file < 0) return false;
-  const bool ok = Write(file, text);
+  FileInfo before;
+  bool ok = Info(file, before);
+  if (ok && !Write(file, text)) {
+    // Whatever part of the text got in goes again.
+    Truncate(file, before.size);
+    ok = false;
+  }
   return Close(file) && ok;
 }
 
@@ -41,10 +47,10 @@ std::optional<CivilTime> Files::Modified(std::string_view name) const {
   return LocalTime(ns >= 0 ? ns / 1000000000 : -((-ns + 999999999) / 1000000000));
 }
 
-bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& info,
-                     size_t limit) {
+bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& info, size_t limit,
+                     OpenFor how) {
   content.clear();
-  const int file = Open(path, OpenFor::kRead);
+  const int file = Open(path, how);
   if (file < 0) return false;
   bool ok = Info(file, info) && info.regular && static_cast<uint64_t>(info.size) <= limit;
   if (ok) {
@@ -70,8 +76,8 @@ bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& in
   return ok;
 }
 
-bool Files::Replace(const std::string& path, std::string_view content,
-                    std::optional<uint32_t> mode, FileInfo* written) {
+bool Files::Replace(const std::string& path, std::string_view content, std::optional<uint32_t> mode,
+                    FileInfo* written) {
   const std::string temp = TempPath(path);
   // A temporary file left by an earlier process with this number goes first.
   Remove(temp);
