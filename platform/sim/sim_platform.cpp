@@ -145,8 +145,10 @@ bool SimPlatform::ScreenSize(double& width, double& height) {
 }
 
 bool SimPlatform::FirstInstance(const std::string& app_path) {
+  // A lock file that is not the program's own has stopped the launcher
+  // before start-up; here only another copy holding the lock says no.
   const std::string folder = files_.Native(app_path);
-  return folder.empty() || lock_.Acquire(folder);
+  return folder.empty() || lock_.Acquire(folder) != InstanceLock::Result::kHeld;
 }
 
 bool SimPlatform::SetStartAtBoot(const std::string& program) {
