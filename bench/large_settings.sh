@@ -5,15 +5,7 @@
 # section; and of a second start on the file the first one left.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-server=build/tarnex-server
-[ -x "$server" ] || { echo "build first: cmake -S . -B build && cmake --build build" >&2; exit 1; }
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cat > "$work/scenario.json" <<'JSON'
-{"start": "2012-11-14 10:00:00",
- "env": {"WinDIR": "C:\\Windows", "COMPUTERNAME": "SRV1", "NUMBER_OF_PROCESSORS": "2"},
- "counters": {"\\Processor(0)\\% Idle Time": 50}}
-JSON
+. bench/sim_setup.sh
 mkdir -p "$work/app/Bin"
 value=$(printf 'x%.0s' $(seq 60))
 {
