@@ -58,7 +58,6 @@ InstanceLock::Result InstanceLock::Acquire(const std::string& folder) {
       return refuse(std::string("cannot be read: ") + std::strerror(errno));
     if (!S_ISREG(st.st_mode)) return refuse("is not a regular file");
     if (st.st_uid != ::geteuid()) return refuse("belongs to another user");
-    if (st.st_nlink != 1) return refuse("has more than one name (a hard link)");
     if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
       ::close(fd);
       if (errno == EWOULDBLOCK) return Result::kHeld;

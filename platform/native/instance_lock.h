@@ -1,12 +1,12 @@
 // The single-instance lock: a file in the installation folder locked for as
 // long as the process lives.
 //
-// The file must be the program's own: a regular file with one name, owned by
-// the user the program runs as, readable and writable by that user only, and
-// reached without following a link. Another user can then neither take the
-// lock (they cannot open the file) nor put something else in its place that
-// the program would accept. Anything else at that path is refused: the
-// program does not start, and says why.
+// The file must be the program's own: a regular file owned by the user the
+// program runs as, readable and writable by that user only, and reached
+// without following a link. Another user can then neither take the lock (they
+// cannot open the file) nor put something else in its place that the program
+// would accept. Anything else at that path is refused: the program does not
+// start, and says why.
 #pragma once
 
 #include <string>
