@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -133,6 +134,27 @@ TEST_F(Hardening, LockFileOfAnEarlierVersionIsMadeTheServersOwn) {
   EXPECT_TRUE(S_ISREG(st.st_mode));
   EXPECT_EQ(st.st_mode & 07777, 0600u);
   EXPECT_EQ(NamesWith(app_, ".tarnex-server.lock."), std::vector<std::string>{});
+}
+
+TEST_F(Hardening, CopiesStartedTogetherOverALockFileOfAnEarlierVersionLeaveOneRunning) {
+  for (int attempt = 0; attempt < 5; ++attempt) {
+    std::filesystem::remove_all(app_);
+    std::filesystem::create_directories(app_);
+    WriteFile(app_ + kLock, "");
+    ASSERT_EQ(::chmod((app_ + kLock).c_str(), 0644), 0);
+    // Each copy holds the folder for two real seconds, long past the others'
+    // starts.
+    std::vector<pid_t> copies;
+    const int null = open("/dev/null", O_WRONLY);
+    for (int i = 0; i < 4; ++i) {
+      copies.push_back(Spawn(Sim({"--speed", "1", "--run-for", "2"}), null, null));
+    }
+    close(null);
+    std::vector<int> codes;
+    for (pid_t pid : copies) codes.push_back(Reap(pid));
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), 0), 1) << "attempt " << attempt;
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), 3), 3) << "attempt " << attempt;
+  }
 }
 
 // ---------------------------------------------------------------- links and special files

@@ -41,7 +41,8 @@ InstanceLock::Result InstanceLock::Acquire(const std::string& folder) {
   const std::string path = folder + "/" + kFileName;
   // Each round opens the file and locks it. The lock counts only if the name
   // still leads to the file locked: a copy that replaced a lock file of the
-  // wrong mode (below) may have put another in its place meanwhile.
+  // wrong mode (below) may have put another in its place meanwhile, and the
+  // old file, no longer locked once that copy let it go, must not count.
   for (int round = 0; round < 4; ++round) {
     const int fd = OpenLock(path, 0);
     if (fd < 0) {
@@ -63,6 +64,11 @@ InstanceLock::Result InstanceLock::Acquire(const std::string& folder) {
       if (errno == EWOULDBLOCK) return Result::kHeld;
       return Refuse(path, std::string("cannot be locked: ") + std::strerror(errno));
     }
+    struct stat now {};
+    if (::lstat(path.c_str(), &now) != 0 || now.st_dev != st.st_dev || now.st_ino != st.st_ino) {
+      ::close(fd);
+      continue;
+    }
     if ((st.st_mode & 07777) != kLockMode) {
       // A lock file from before the mode was enforced, which others may have
       // opened then and could lock once this copy ends: a new file, locked
@@ -82,12 +88,8 @@ InstanceLock::Result InstanceLock::Acquire(const std::string& folder) {
       fd_ = nfd;
       return Result::kTaken;
     }
-    struct stat now {};
-    if (::lstat(path.c_str(), &now) == 0 && now.st_dev == st.st_dev && now.st_ino == st.st_ino) {
-      fd_ = fd;
-      return Result::kTaken;
-    }
-    ::close(fd);
+    fd_ = fd;
+    return Result::kTaken;
   }
   return Refuse(path, "keeps changing");
 }
