@@ -1,6 +1,7 @@
 // tarnex-server: the launcher. It reads the platform's options, chooses the
 // provider, runs the application and returns its exit code.
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -22,8 +23,14 @@
 
 namespace {
 
+constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitOtherInstance = 3;
+
+// The bounds of the numbers the options take.
+constexpr double kMaxRunFor = 100 * 365.25 * 86400;  // seconds: a hundred years
+constexpr double kMinSpeed = 0.001;                  // virtual seconds per real second
+constexpr double kMaxSpeed = 1e6;
 
 const char* const kHelp =
     "Usage: tarnex-server [options]\n"
@@ -38,9 +45,11 @@ const char* const kHelp =
     "  --start \"YYYY-MM-DD HH:MM:SS\"\n"
     "                         local start time of the virtual clock (sim; default: the\n"
     "                         scenario's start, else now)\n"
-    "  --speed max|N          virtual seconds per real second (sim; default: max)\n"
+    "  --speed max|N          virtual seconds per real second, N from 0.001 to 1000000\n"
+    "                         (sim; default: max)\n"
     "  --run-for SECONDS      close the program after that much time (virtual in sim), as\n"
-    "                         closing the main window does\n"
+    "                         closing the main window does; more than 0, at most a hundred\n"
+    "                         years\n"
     "  --answer yes|no        the answer to the program's yes/no questions (default: no)\n"
     "  --dump-model FILE      when the run ends, write the whole server model as JSON\n"
     "  --boot-dir DIR         where the start-at-boot unit file goes (linux; default:\n"
@@ -77,11 +86,19 @@ int Usage(const std::string& message) {
   return kExitUsage;
 }
 
-bool ParseNumber(const std::string& text, double& out) {
+// A start that cannot go on for a reason other than the options' spelling.
+int Refuse(const std::string& message) {
+  std::cerr << "tarnex-server: " << message << "\n";
+  return kExitUsage;
+}
+
+// A finite number from `low` to `high`, written as a whole.
+bool ParseNumber(const std::string& text, double low, double high, double& out) {
   char* end = nullptr;
   errno = 0;
   out = std::strtod(text.c_str(), &end);
-  return !text.empty() && end != nullptr && *end == '\0' && errno == 0;
+  return !text.empty() && end != nullptr && *end == '\0' && errno == 0 && std::isfinite(out) &&
+         out >= low && out <= high;
 }
 
 // "eth0,eth1" as names; false when a name is empty.
@@ -120,6 +137,11 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       if (!value(v)) return "option " + arg + " needs a value";
       if (arg == "--app-path") {
         if (v.empty()) return "--app-path needs a folder";
+        if (v.find('\\') != std::string::npos) {
+          return "--app-path cannot hold a '\\' (the program's own names use it as their "
+                 "separator), not '" +
+                 v + "'";
+        }
         o.app_path = v;
       } else if (arg == "--platform") {
         if (v != "linux" && v != "sim") return "--platform must be linux or sim, not '" + v + "'";
@@ -128,17 +150,23 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
         o.scenario = v;
       } else if (arg == "--start") {
         o.start = tarnex::ParseCivilTime(v);
-        if (!o.start) return "--start must be \"YYYY-MM-DD HH:MM:SS\", not '" + v + "'";
+        if (!o.start) {
+          return "--start must be \"YYYY-MM-DD HH:MM:SS\" with a year from " +
+                 std::to_string(tarnex::kFirstStartYear) + " to " +
+                 std::to_string(tarnex::kLastStartYear) + ", not '" + v + "'";
+        }
       } else if (arg == "--speed") {
         if (v == "max") {
           o.speed = 0;
-        } else if (!ParseNumber(v, o.speed) || o.speed <= 0) {
-          return "--speed must be max or a positive number, not '" + v + "'";
+        } else if (!ParseNumber(v, kMinSpeed, kMaxSpeed, o.speed)) {
+          return "--speed must be max or a number from 0.001 to 1000000, not '" + v + "'";
         }
       } else if (arg == "--run-for") {
         double seconds = 0;
-        if (!ParseNumber(v, seconds) || seconds < 0) {
-          return "--run-for must be a number of seconds, not '" + v + "'";
+        if (!ParseNumber(v, 0, kMaxRunFor, seconds) || seconds == 0) {
+          return "--run-for must be a number of seconds more than 0 and at most " +
+                 std::to_string(static_cast<int64_t>(kMaxRunFor)) + " (a hundred years), not '" +
+                 v + "'";
         }
         o.run_for = seconds;
       } else if (arg == "--answer") {
@@ -169,6 +197,7 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
 int Run(const Options& o) {
   std::unique_ptr<tarnex::Platform> platform;
   tarnex::SimPlatform* sim_platform = nullptr;
+  tarnex::InstanceLock* lock = nullptr;
   std::string app_path = o.app_path;
   if (o.platform == "sim") {
     tarnex::SimOptions sim;
@@ -178,13 +207,14 @@ int Run(const Options& o) {
     sim.answer = o.answer;
     sim.quiet = o.quiet;
     std::string error;
-    auto loaded = tarnex::SimPlatform::Load(sim, error);
-    if (!loaded) return Usage(error);
-    sim_platform = loaded.get();
-    platform = std::move(loaded);
+    auto simulated = tarnex::SimPlatform::Load(sim, error);
+    if (!simulated) return Usage(error);
+    sim_platform = simulated.get();
+    lock = &simulated->Lock();
+    platform = std::move(simulated);
   }
-  if (!tarnex::PrepareFolder(app_path)) {
-    return Usage("cannot use '" + app_path + "' as the installation folder");
+  if (const std::string problem = tarnex::PrepareFolder(app_path); !problem.empty()) {
+    return Refuse(problem);
   }
   if (!platform) {
     tarnex::LinuxOptions linux_options;
@@ -193,7 +223,23 @@ int Run(const Options& o) {
     linux_options.boot_dir = o.boot_dir;
     linux_options.answer = o.answer;
     linux_options.interfaces = o.interfaces;
-    platform = std::make_unique<tarnex::LinuxPlatform>(linux_options);
+    auto host = std::make_unique<tarnex::LinuxPlatform>(linux_options);
+    lock = &host->Lock();
+    platform = std::move(host);
+  }
+
+  // The lock is taken here so that a lock file that is not the program's
+  // own stops the start with its reason; a lock another copy holds is left
+  // to start-up, which says so as the system always has. Only the copy that
+  // holds the lock clears what killed copies left behind.
+  switch (lock->Acquire(app_path)) {
+    case tarnex::InstanceLock::Result::kRefused:
+      return Refuse("cannot use '" + app_path + "' as the installation folder: " + lock->problem());
+    case tarnex::InstanceLock::Result::kTaken:
+      tarnex::RemoveStaleTemporaries(app_path);
+      break;
+    case tarnex::InstanceLock::Result::kHeld:
+      break;
   }
 
   tarnex::App app(*platform, app_path);
@@ -201,7 +247,7 @@ int Run(const Options& o) {
   const int64_t started = loop.MonotonicMs();
 
   tarnex::CloseSignals signals(loop, [&app] { app.FormUnload(); });
-  if (!signals.ok()) return 1;
+  if (!signals.ok()) return kExitFailure;
 
   // The scenario's operator: every step is looked at before the program starts.
   std::vector<tarnex::OperatorTimeline::Step> steps;
@@ -244,7 +290,8 @@ int Run(const Options& o) {
     dump["forms"] = app.commands().Dump();
     const std::string text = dump.dump(2) + "\n";
     if (!platform->Fs().Replace(o.dump_model, text)) {
-      std::cerr << "tarnex-server: cannot write " << o.dump_model << "\n";
+      std::cerr << "tarnex-server: cannot write the model to " << o.dump_model << "\n";
+      return kExitFailure;
     }
   }
   return 0;
@@ -268,6 +315,6 @@ int main(int argc, char** argv) {
     return Run(options);
   } catch (const std::exception& e) {
     std::cerr << "tarnex-server: " << e.what() << "\n";
-    return 1;
+    return kExitFailure;
   }
 }

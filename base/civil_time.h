@@ -87,8 +87,14 @@ constexpr double SecondsSinceMidnight(const CivilTime& t) {
   return t.hour * 3600.0 + t.minute * 60.0 + t.second + t.millis / 1000.0;
 }
 
-// "YYYY-MM-DD HH:MM:SS" as a local time; nothing when the text is not a valid
-// date and time in that form.
+// The years a start time may name: from the first year of the host's clock to
+// a last one that keeps four digits for a century of running after it.
+constexpr int kFirstStartYear = 1970;
+constexpr int kLastStartYear = 2999;
+
+// "YYYY-MM-DD HH:MM:SS" as a local time, every field with exactly that many
+// digits and the year from kFirstStartYear to kLastStartYear; nothing when
+// the text is not a valid date and time in that form.
 std::optional<CivilTime> ParseCivilTime(const std::string& text);
 
 }  // namespace tarnex

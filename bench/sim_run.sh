@@ -3,15 +3,7 @@
 # simulated machine, start-up and close included. Target: under 2 s.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-server=build/tarnex-server
-[ -x "$server" ] || { echo "build first: cmake -S . -B build && cmake --build build" >&2; exit 1; }
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cat > "$work/scenario.json" <<'JSON'
-{"start": "2012-11-14 10:00:00",
- "env": {"WinDIR": "C:\\Windows", "COMPUTERNAME": "SRV1", "NUMBER_OF_PROCESSORS": "2"},
- "counters": {"\\Processor(0)\\% Idle Time": 50}}
-JSON
+. bench/sim_setup.sh
 for run in 1 2 3; do
   rm -rf "$work/app"
   start=$(date +%s.%N)

@@ -86,13 +86,17 @@ struct Section {
 struct Slots {
   std::vector<std::uint32_t> slot;
   std::size_t mask = 0;
+  std::size_t used = 0;
 
   void Reset(std::size_t count) {
     std::size_t size = 16;
     while (size < count * 2) size *= 2;
     slot.assign(size, kNone);
     mask = size - 1;
+    used = 0;
   }
+  // Whether `more` entries fit while the table stays at most half full.
+  bool Fits(std::size_t more) const { return (used + more) * 2 <= slot.size(); }
   // Visits the slots of `hash` in probe order until `stop` returns true for an
   // occupied one, or an empty one is reached; returns that slot's position.
   template <typename Stop>
@@ -131,38 +135,55 @@ struct Parsed {
     return key_slots.slot[at];
   }
 
+  // Enters section block `s` in the index if it is the first of its name.
+  void IndexSection(std::uint32_t s) {
+    const std::size_t at = section_slots.Probe(HashFolded(sections[s].name), [&](std::uint32_t o) {
+      return EqualsFolded(sections[o].name, sections[s].name);
+    });
+    sections[s].first = section_slots.slot[at] == kNone;
+    if (!sections[s].first) return;
+    section_slots.slot[at] = s;
+    ++section_slots.used;
+  }
+
+  // Enters line `i` in the index if it is the first line of its key in the
+  // first block of its section.
+  void IndexKey(std::uint32_t i) {
+    const Line& l = lines[i];
+    if (l.kind != LineKind::kKey || l.section == kNone || !sections[l.section].first) return;
+    const std::string_view name = Name(l);
+    const std::size_t at = key_slots.Probe(KeyHash(l.section, name), [&](std::uint32_t o) {
+      return lines[o].section == l.section && EqualsFolded(Name(lines[o]), name);
+    });
+    if (key_slots.slot[at] != kNone) return;
+    key_slots.slot[at] = i;
+    ++key_slots.used;
+  }
+
   void BuildIndexes(std::size_t key_lines) {
     section_slots.Reset(sections.size());
-    for (std::uint32_t s = 0; s < sections.size(); ++s) {
-      const std::size_t at = section_slots.Probe(
-          HashFolded(sections[s].name),
-          [&](std::uint32_t o) { return EqualsFolded(sections[o].name, sections[s].name); });
-      sections[s].first = section_slots.slot[at] == kNone;
-      if (sections[s].first) section_slots.slot[at] = s;
-    }
+    for (std::uint32_t s = 0; s < sections.size(); ++s) IndexSection(s);
     key_slots.Reset(key_lines);
-    for (std::uint32_t i = 0; i < lines.size(); ++i) {
-      const Line& l = lines[i];
-      if (l.kind != LineKind::kKey || l.section == kNone || !sections[l.section].first) continue;
-      const std::string_view name = Name(l);
-      const std::size_t at = key_slots.Probe(KeyHash(l.section, name), [&](std::uint32_t o) {
-        return lines[o].section == l.section && EqualsFolded(Name(lines[o]), name);
-      });
-      if (key_slots.slot[at] == kNone) key_slots.slot[at] = i;
-    }
+    for (std::uint32_t i = 0; i < lines.size(); ++i) IndexKey(i);
+  }
+
+  // Section names are views into `raw`; after `raw` has moved they are taken
+  // again from their header lines.
+  void RepointSectionNames() {
+    for (Section& sec : sections) sec.name = Name(lines[sec.header]);
   }
 };
 
-// Splits `raw` into lines (CRLF, CR and LF all end a line) and indexes the
-// first block of each section and the first line of each key within it.
-void Parse(Parsed& p) {
+// Parses the lines from byte `pos` to the end, the last section so far
+// continuing into them; returns how many key lines it found. The indexes are
+// left to the caller.
+std::size_t ParseLines(Parsed& p, std::uint32_t pos) {
   const std::string& raw = p.raw;
   const std::uint32_t size = static_cast<std::uint32_t>(raw.size());
   const char* data = raw.data();
-  p.lines.reserve(size / 16 + 4);
-  std::uint32_t current = kNone;
+  std::uint32_t current =
+      p.sections.empty() ? kNone : static_cast<std::uint32_t>(p.sections.size() - 1);
   std::size_t key_lines = 0;
-  std::uint32_t pos = 0;
   while (pos < size) {
     Line line{};
     line.begin = pos;
@@ -221,7 +242,41 @@ void Parse(Parsed& p) {
     p.lines.push_back(line);
   }
   if (current != kNone) p.sections[current].end = static_cast<std::uint32_t>(p.lines.size());
-  p.BuildIndexes(key_lines);
+  return key_lines;
+}
+
+// Splits `raw` into lines (CRLF, CR and LF all end a line) and indexes the
+// first block of each section and the first line of each key within it.
+void Parse(Parsed& p) {
+  p.lines.reserve(p.raw.size() / 16 + 4);
+  p.BuildIndexes(ParseLines(p, 0));
+}
+
+// Adds `text` at the end of the file and parses only what it adds: the lines
+// before it keep their offsets, so a file that grows key by key at its end
+// (a new section filled in) costs the new lines only, however large it is.
+void AppendText(Parsed& p, std::string_view text) {
+  const std::uint32_t old_size = static_cast<std::uint32_t>(p.raw.size());
+  const std::uint32_t first_line = static_cast<std::uint32_t>(p.lines.size());
+  const std::uint32_t first_section = static_cast<std::uint32_t>(p.sections.size());
+  p.raw.append(text);
+  std::uint32_t from = old_size;
+  if (!p.lines.empty() && p.lines.back().next == p.lines.back().end && text.starts_with("\r\n")) {
+    // The last line had no line end; the text starts by giving it one.
+    p.lines.back().next += 2;
+    from += 2;
+  }
+  const std::size_t key_lines = ParseLines(p, from);
+  p.RepointSectionNames();
+  const std::size_t new_sections = p.sections.size() - first_section;
+  if (!p.section_slots.Fits(new_sections) || !p.key_slots.Fits(key_lines)) {
+    // Twice the room needed, so that growing one key at a time rebuilds
+    // the indexes a logarithmic number of times.
+    p.BuildIndexes((p.key_slots.used + key_lines) * 2);
+    return;
+  }
+  for (std::uint32_t s = first_section; s < p.sections.size(); ++s) p.IndexSection(s);
+  for (std::uint32_t i = first_line; i < p.lines.size(); ++i) p.IndexKey(i);
 }
 
 // File times come from a clock that advances in ticks, so a change made in the
@@ -341,10 +396,7 @@ bool ReplaceKeyLine(Parsed& p, std::uint32_t index, std::string_view value) {
     move(o.name_begin);
     move(o.value_begin);
   }
-  for (Section& sec : p.sections) {
-    const Line& header = p.lines[sec.header];
-    sec.name = std::string_view(data + header.name_begin, header.name_len);
-  }
+  p.RepointSectionNames();
   return true;
 }
 
@@ -597,19 +649,26 @@ bool ProfileStore::Write(const std::string& native_path, std::string_view sectio
   const Parsed& p = entry != nullptr ? entry->parsed : kEmpty;
   const std::vector<Splice> edits = Edits(p, section, key, value);
   if (edits.empty()) return true;  // nothing to remove
-  std::string content = Apply(p.raw, edits);
-  if (content.size() > kMaxFileSize) return false;
-  if (entry != nullptr && content == p.raw) return true;  // already as it should be
-  if (entry == nullptr) {
-    // A new file: its folder must be there, as it must for the file to be made.
-    if (!impl_->FolderOfExists(native_path)) return false;
-    auto fresh = std::make_unique<Entry>();
-    entry = fresh.get();
-    impl_->cache.insert_or_assign(native_path, std::move(fresh));
+  if (entry != nullptr && edits.size() == 1 && edits[0].begin == p.raw.size() &&
+      edits[0].end == p.raw.size()) {
+    // A new section, or a new key of the last section: added at the end.
+    if (p.raw.size() + edits[0].text.size() > kMaxFileSize) return false;
+    AppendText(entry->parsed, edits[0].text);
+  } else {
+    std::string content = Apply(p.raw, edits);
+    if (content.size() > kMaxFileSize) return false;
+    if (entry != nullptr && content == p.raw) return true;  // already as it should be
+    if (entry == nullptr) {
+      // A new file: its folder must be there, as it must for the file to be made.
+      if (!impl_->FolderOfExists(native_path)) return false;
+      auto fresh = std::make_unique<Entry>();
+      entry = fresh.get();
+      impl_->cache.insert_or_assign(native_path, std::move(fresh));
+    }
+    entry->parsed = Parsed{};
+    entry->parsed.raw = std::move(content);
+    Parse(entry->parsed);
   }
-  entry->parsed = Parsed{};
-  entry->parsed.raw = std::move(content);
-  Parse(entry->parsed);
   PendingWrite w;
   w.section = std::string(section);
   if (key) w.key = std::string(*key);

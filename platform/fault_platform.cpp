@@ -50,6 +50,10 @@ bool FaultFiles::SetMode(int file, uint32_t mode) {
   return !faults_.Trip("chmod", paths_[file]) && inner_.SetMode(file, mode);
 }
 
+bool FaultFiles::Truncate(int file, int64_t size) {
+  return !faults_.Trip("truncate", paths_[file]) && inner_.Truncate(file, size);
+}
+
 bool FaultFiles::Close(int file) {
   const std::string path = paths_[file];
   paths_.erase(file);

@@ -2,8 +2,8 @@
 // see what the system does about a file that cannot be written or a port that
 // cannot be had, whoever runs it (root ignores file permissions).
 //
-// Operations by name: files "stat", "open", "read", "write", "chmod", "close",
-// "rename", "remove", "mkdir"; sockets "listen", "accept", "resolve",
+// Operations by name: files "stat", "open", "read", "write", "chmod",
+// "truncate", "close", "rename", "remove", "mkdir"; sockets "listen", "accept", "resolve",
 // "connect", "send", "receive"; the machine "shell-open", "start-command".
 // A fault names its operation and, optionally, a part of its subject (a host
 // path, a port number as text, a host name, a command line).
@@ -55,6 +55,7 @@ class FaultFiles : public Files {
   int64_t Read(int file, char* buffer, size_t size) override;
   bool Write(int file, std::string_view data) override;
   bool SetMode(int file, uint32_t mode) override;
+  bool Truncate(int file, int64_t size) override;
   bool Close(int file) override;
   bool Rename(const std::string& from, const std::string& to) override;
   bool Remove(const std::string& path) override;

@@ -18,7 +18,13 @@ bool Files::Append(std::string_view name, std::string_view text, bool create) {
   if (path.empty()) return false;
   const int file = Open(path, create ? OpenFor::kAppend : OpenFor::kAppendExisting);
   if (file < 0) return false;
-  const bool ok = Write(file, text);
+  FileInfo before;
+  bool ok = Info(file, before);
+  if (ok && !Write(file, text)) {
+    // Whatever part of the text got in goes again.
+    Truncate(file, before.size);
+    ok = false;
+  }
   return Close(file) && ok;
 }
 
@@ -59,9 +65,10 @@ std::optional<int64_t> Files::Size(std::string_view name) const {
   return info.size;
 }
 
-bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& info, size_t limit) {
+bool Files::ReadFile(const std::string& path, std::string& content, FileInfo& info, size_t limit,
+                     OpenFor how) {
   content.clear();
-  const int file = Open(path, OpenFor::kRead);
+  const int file = Open(path, how);
   if (file < 0) return false;
   bool ok = Info(file, info) && info.regular && static_cast<uint64_t>(info.size) <= limit;
   if (ok) {

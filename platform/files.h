@@ -35,11 +35,17 @@ struct FileInfo {
   }
 };
 
+// How a file is opened. Whatever the way, only a regular file opens: a
+// folder, a named pipe, a device or a socket where a file is expected fails
+// at once, and nothing waits on it. Except with kReadThroughLinks, a symbolic
+// link in the last component of the path fails too, so that a link planted in
+// the installation folder never leads a read or a write elsewhere.
 enum class OpenFor {
-  kRead,            // an existing file, to read
-  kAppend,          // to append, created when missing
-  kAppendExisting,  // to append, only when it exists
-  kWriteNew,        // a new file that must not exist yet (a temporary file)
+  kRead,              // an existing file, to read
+  kReadThroughLinks,  // an existing file the operator named, to read, links followed
+  kAppend,            // to append, created when missing
+  kAppendExisting,    // to append, only when it exists
+  kWriteNew,          // a new file that must not exist yet (a temporary file)
 };
 
 class Files {
@@ -60,6 +66,8 @@ class Files {
   // Writes all of `data`; false when any of it could not be written.
   virtual bool Write(int file, std::string_view data) = 0;
   virtual bool SetMode(int file, uint32_t mode) = 0;
+  // Cuts an open file back to `size` bytes.
+  virtual bool Truncate(int file, int64_t size) = 0;
   virtual bool Close(int file) = 0;
   // Puts `from` in the place of `to` in one step: a reader sees the old file
   // or the new one, never neither.
@@ -79,7 +87,9 @@ class Files {
   virtual bool FolderExists(std::string_view name) const;
   // Makes one folder; fails when it exists already or its parent does not.
   bool MakeFolder(std::string_view name);
-  // Appends to a file, creating it when `create` is set.
+  // Appends to a file, creating it when `create` is set. The text goes in
+  // whole or not at all: a write that fails part-way (a full disk) is cut
+  // back, so the file ends as it did before.
   bool Append(std::string_view name, std::string_view text, bool create = true);
   // Replaces a file's content atomically (see Replace).
   bool WriteAll(std::string_view name, std::string_view text);
@@ -97,7 +107,7 @@ class Files {
   // The content of a file with what stat(2) said of it when it was opened.
   // `limit` bounds the size read; a larger file fails.
   bool ReadFile(const std::string& path, std::string& content, FileInfo& info,
-                size_t limit = SIZE_MAX);
+                size_t limit = SIZE_MAX, OpenFor how = OpenFor::kRead);
   // The atomic replacement: the whole content goes to a temporary file beside
   // `path`, which then takes the place of `path`. A failure at any step
   // leaves the old file as it was and no temporary file. `mode`, when given,

@@ -556,6 +556,39 @@ TEST_F(ProfileTest, ValuesRewrittenInPlaceReadBackAsAFreshReadingFindsThem) {
   EXPECT_EQ(fresh.Read(path_, "B", "four"), "blanks");
 }
 
+TEST_F(ProfileTest, KeysAndSectionsAddedAtTheEndReadAsAFreshReadingFindsThem) {
+  // The last line has no line end, and the last section repeats an earlier
+  // name, so its keys are not seen; the writes add at the end of the file.
+  Put("[A]\r\nx=1\r\n[B]\r\ny=2\r\n[a]\r\nhidden=1");
+  std::vector<std::tuple<std::string, std::string, std::string>> writes = {
+      {"C", "k0", "v0"}, {"c", "K1", "v1"}, {"A", "hidden", "seen"}, {"D", "k", "d"}};
+  for (int i = 0; i < 200; ++i) {
+    writes.emplace_back("E", "key" + std::to_string(i), std::to_string(i));
+  }
+  writes.emplace_back("c", "k0", "again");
+  for (const auto& [section, key, value] : writes) {
+    ASSERT_TRUE(store_.Write(path_, section, key, value)) << section << "/" << key;
+  }
+  ASSERT_TRUE(store_.Flush());
+  ProfileStore fresh(files_);
+  for (ProfileStore* s : {&store_, &fresh}) {
+    EXPECT_EQ(s->Read(path_, "C", "k0"), "again");
+    EXPECT_EQ(s->Read(path_, "C", "k1"), "v1");
+    EXPECT_EQ(s->Read(path_, "a", "hidden"), "seen");
+    EXPECT_EQ(s->Read(path_, "D", "K"), "d");
+    EXPECT_EQ(s->Read(path_, "E", "key0"), "0");
+    EXPECT_EQ(s->Read(path_, "e", "KEY199"), "199");
+    EXPECT_EQ(s->SectionKeys(path_, "C"), "k0\0K1\0"s);
+    EXPECT_EQ(s->SectionKeys(path_, "A"), "x\0hidden\0"s);
+  }
+  const std::string text = Contents();
+  EXPECT_EQ(
+      text.rfind("[A]\r\nx=1\r\nhidden=seen\r\n[B]\r\ny=2\r\n[a]\r\nhidden=1\r\n[C]\r\nk0=again\r\n"
+                 "K1=v1\r\n[D]\r\nk=d\r\n[E]\r\nkey0=0\r\n",
+                 0),
+      0u)
+      << text;
+}
 TEST_F(ProfileTest, ValueHoldingALineEndStartsANewLine) {
   Put("[S]\r\nk=0\r\n");
   ASSERT_TRUE(Write(path_, "S", "k", "1\r\nz=2"));

@@ -89,8 +89,10 @@ void LinuxPlatform::RaisePriority() {
 }
 
 bool LinuxPlatform::FirstInstance(const std::string& app_path) {
+  // A lock file that is not the program's own has stopped the launcher
+  // before start-up; here only another copy holding the lock says no.
   const std::string folder = files_.Native(app_path);
-  return folder.empty() || lock_.Acquire(folder);
+  return folder.empty() || lock_.Acquire(folder) != InstanceLock::Result::kHeld;
 }
 
 bool LinuxPlatform::SetStartAtBoot(const std::string& program) {

@@ -39,6 +39,8 @@ class LinuxPlatform : public Platform {
   bool AskYesNo(const std::string& text) override;
   void RaisePriority() override;
   bool FirstInstance(const std::string& app_path) override;
+  // The single-instance lock, which the launcher takes before start-up.
+  InstanceLock& Lock() { return lock_; }
   bool SetStartAtBoot(const std::string& program) override;
   bool DeleteStartAtBoot() override;
   std::vector<int64_t> EnumProcesses() override;

@@ -42,10 +42,15 @@ bool NativeFiles::Stat(const std::string& path, FileInfo& info) const {
 }
 
 int NativeFiles::Open(const std::string& path, OpenFor how) {
-  int flags = O_CLOEXEC;
+  // O_NONBLOCK keeps the open itself from waiting on a named pipe or a
+  // device; whatever is not a regular file is then closed again unread.
+  int flags = O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
   switch (how) {
     case OpenFor::kRead:
       flags |= O_RDONLY;
+      break;
+    case OpenFor::kReadThroughLinks:
+      flags = (flags & ~O_NOFOLLOW) | O_RDONLY;
       break;
     case OpenFor::kAppend:
       flags |= O_WRONLY | O_APPEND | O_CREAT;
@@ -61,6 +66,13 @@ int NativeFiles::Open(const std::string& path, OpenFor how) {
   do {
     fd = ::open(path.c_str(), flags, 0644);
   } while (fd < 0 && errno == EINTR);
+  if (fd < 0) return -1;
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
+    errno = EINVAL;
+    return -1;
+  }
   return fd;
 }
 
@@ -90,6 +102,14 @@ bool NativeFiles::Write(int file, std::string_view data) {
 
 bool NativeFiles::SetMode(int file, uint32_t mode) {
   return ::fchmod(file, mode & 07777) == 0;
+}
+
+bool NativeFiles::Truncate(int file, int64_t size) {
+  int rc;
+  do {
+    rc = ::ftruncate(file, static_cast<off_t>(size));
+  } while (rc != 0 && errno == EINTR);
+  return rc == 0;
 }
 
 bool NativeFiles::Close(int file) {

@@ -15,6 +15,7 @@ class NativeFiles : public Files {
   int64_t Read(int file, char* buffer, size_t size) override;
   bool Write(int file, std::string_view data) override;
   bool SetMode(int file, uint32_t mode) override;
+  bool Truncate(int file, int64_t size) override;
   bool Close(int file) override;
   bool Rename(const std::string& from, const std::string& to) override;
   bool Remove(const std::string& path) override;

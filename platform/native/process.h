@@ -28,8 +28,17 @@ class CloseSignals {
 std::string ExecutablePath();
 
 // Makes `path` (the folder of this program when empty) and its parents, and
-// turns it into an absolute path with no links; false when that cannot be
-// done or it is not a folder.
-bool PrepareFolder(std::string& path);
+// turns it into an absolute path with no links. Returns "" when it is a
+// folder this process can write in, else what is wrong with it. A name
+// holding a "\" is refused before anything is made: the program's own names
+// use "\" as their separator, so such a folder would lead its files
+// elsewhere.
+std::string PrepareFolder(std::string& path);
+
+// Removes the temporary files (`<file>.tmp<pid>`) that processes no longer
+// running left in `folder` and in the folders under it, `depth` levels down.
+// Links are removed as links and never followed; a file of a process that
+// runs is kept. Returns how many were removed.
+int RemoveStaleTemporaries(const std::string& folder, int depth = 4);
 
 }  // namespace tarnex

@@ -15,7 +15,8 @@ bool WholeNumber(const nlohmann::json& v, int64_t low, int64_t high) {
 
 bool ReadStart(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
   if (!value.is_string() || !(sim.scenario_start = ParseCivilTime(value.get<std::string>()))) {
-    error = "\"start\" must be a text \"YYYY-MM-DD HH:MM:SS\"";
+    error = "\"start\" must be a text \"YYYY-MM-DD HH:MM:SS\" with a year from " +
+            std::to_string(kFirstStartYear) + " to " + std::to_string(kLastStartYear);
     return false;
   }
   return true;

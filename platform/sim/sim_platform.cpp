@@ -71,12 +71,24 @@ std::unique_ptr<SimPlatform> SimPlatform::Load(const SimOptions& options, std::s
   NativeFiles files;
   std::string text;
   FileInfo info;
-  if (!files.ReadFile(options.scenario_path, text, info, kMaxScenarioBytes)) {
-    error = "cannot read scenario file '" + options.scenario_path + "'";
+  // The operator names the scenario, so a link to it is followed; anything
+  // but a regular file of at most kMaxScenarioBytes is refused unread.
+  const std::string& path = options.scenario_path;
+  const std::string limit = std::to_string(kMaxScenarioBytes >> 20) + " MB";
+  if (files.Stat(path, info) && !info.regular) {
+    error = "scenario '" + path + "' is not a regular file";
+    return nullptr;
+  }
+  if (files.Stat(path, info) && static_cast<uint64_t>(info.size) > kMaxScenarioBytes) {
+    error = "scenario '" + path + "' is larger than " + limit;
+    return nullptr;
+  }
+  if (!files.ReadFile(path, text, info, kMaxScenarioBytes, OpenFor::kReadThroughLinks)) {
+    error = "cannot read scenario file '" + path + "' (a regular file of at most " + limit + ")";
     return nullptr;
   }
   auto sim = FromText(text, options, error);
-  if (!sim) error = "scenario '" + options.scenario_path + "': " + error;
+  if (!sim) error = "scenario '" + path + "': " + error;
   return sim;
 }
 
@@ -133,8 +145,10 @@ bool SimPlatform::ScreenSize(double& width, double& height) {
 }
 
 bool SimPlatform::FirstInstance(const std::string& app_path) {
+  // A lock file that is not the program's own has stopped the launcher
+  // before start-up; here only another copy holding the lock says no.
   const std::string folder = files_.Native(app_path);
-  return folder.empty() || lock_.Acquire(folder);
+  return folder.empty() || lock_.Acquire(folder) != InstanceLock::Result::kHeld;
 }
 
 bool SimPlatform::SetStartAtBoot(const std::string& program) {

@@ -72,6 +72,8 @@ class SimPlatform : public Platform {
   bool ScreenSize(double& width, double& height) override;
   void RaisePriority() override { priority_raised = true; }
   bool FirstInstance(const std::string& app_path) override;
+  // The single-instance lock, which the launcher takes before start-up.
+  InstanceLock& Lock() { return lock_; }
   bool SetStartAtBoot(const std::string& program) override;
   bool DeleteStartAtBoot() override;
   std::vector<int64_t> EnumProcesses() override;

@@ -1,0 +1,95 @@
+// Makes the seed corpora of the fuzz targets from the canned files of the
+// tests: tarnex-fuzz-seeds SOURCE_DIR CORPUS_DIR puts one folder per target
+// under CORPUS_DIR. The corpora are made, not kept in the repository.
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uintmax_t kLargestSeed = 256 * 1024;
+
+std::string Lower(std::string s) {
+  for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return s;
+}
+
+std::string ReadAll(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class Corpus {
+ public:
+  Corpus(const fs::path& root, const std::string& target) : dir_(root / target) {
+    fs::create_directories(dir_);
+  }
+  void Add(const std::string& content) {
+    std::ofstream(dir_ / ("seed-" + std::to_string(++count_)), std::ios::binary) << content;
+  }
+  int count() const { return count_; }
+  const fs::path& dir() const { return dir_; }
+
+ private:
+  fs::path dir_;
+  int count_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    std::cerr << "usage: tarnex-fuzz-seeds SOURCE_DIR CORPUS_DIR\n";
+    return 2;
+  }
+  const fs::path data = fs::path(argv[1]) / "tests" / "data";
+  const fs::path root = argv[2];
+  Corpus profile(root, "profile"), scenario(root, "scenario"), proc_text(root, "proc_text"),
+      host_facts(root, "host_facts"), system_facts(root, "system_facts"),
+      ram_lines(root, "ram_lines");
+
+  for (const auto& entry : fs::recursive_directory_iterator(data)) {
+    if (!entry.is_regular_file() || entry.file_size() > kLargestSeed) continue;
+    const std::string path = entry.path().generic_string();
+    const std::string name = Lower(entry.path().filename().string());
+    const std::string content = ReadAll(entry.path());
+    if (name.ends_with(".tnx")) profile.Add(content);
+    if (path.find("/linux/") != std::string::npos &&
+        (path.find("/proc/") != std::string::npos || path.find("/sys/") != std::string::npos)) {
+      proc_text.Add(content);
+    }
+    if (path.find("/inventory/linux/") != std::string::npos || name == "cpuinfo" ||
+        name == "meminfo" || name == "swaps" || name == "mounts" || name == "os-release") {
+      host_facts.Add(content);
+    }
+    if (name.ends_with("systemdata.txt")) system_facts.Add(content);
+    if (!name.ends_with(".json")) continue;
+    const nlohmann::json doc = nlohmann::json::parse(content, nullptr, false);
+    if (doc.is_discarded() || !doc.is_object() || doc.contains("AppPath")) continue;
+    scenario.Add(content);
+    // The programs' outputs a scenario gives, for the readers of those outputs.
+    if (!doc.contains("commands") || !doc["commands"].is_object()) continue;
+    for (const auto& [command, output] : doc["commands"].items()) {
+      if (!output.is_string()) continue;
+      if (Lower(command).find("systeminfo") != std::string::npos) {
+        system_facts.Add(output.get<std::string>());
+      }
+      if (Lower(command).find("ram.exe") != std::string::npos) {
+        ram_lines.Add(output.get<std::string>());
+      }
+    }
+  }
+  for (const Corpus* c :
+       {&profile, &scenario, &proc_text, &host_facts, &system_facts, &ram_lines}) {
+    std::cout << c->dir().filename().string() << ": " << c->count() << " seeds\n";
+    if (c->count() == 0) return 1;
+  }
+  return 0;
+}
