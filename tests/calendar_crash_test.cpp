@@ -52,18 +52,29 @@ TEST(Reliability, KilledServerKeepsItsTotalsWholeAndGoingForward) {
   NativeFiles files;
   double seconds = 0;
   int rounds_with_totals = 0;
+  const std::string settings = app + "/Bin/Tarnex.Tnx";
+  const auto total = [&](const char* key) {
+    return legacy::Val(ProfileStore(files).Read(settings, "Bandwidth", key));
+  };
+  int rounds_that_counted = 0;
   for (int round = 0; round < 100; ++round) {
+    const double before = total("Daily Rec");
     const pid_t pid = SpawnServer({"--app-path", app, "--platform", "sim", "--scenario", scenario,
                                    "--speed", "200", "--run-for", "3600"});
+    // One round in four is killed at any moment, start-up included; the others
+    // once the run has counted a second of its own, so that every machine,
+    // however slow, sees the totals carried from run to run.
+    if (round % 4 != 0) {
+      const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+      while (total("Daily Rec") <= before && std::chrono::steady_clock::now() < give_up)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      ++rounds_that_counted;
+    }
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 60000));
     kill(pid, SIGKILL);
     int status = 0;
     waitpid(pid, &status, 0);
     ProfileStore store(files);
-    const std::string settings = app + "/Bin/Tarnex.Tnx";
-    const auto total = [&](const char* key) {
-      return legacy::Val(store.Read(settings, "Bandwidth", key));
-    };
     if (store.Read(settings, "Bandwidth", "Daily Rec").empty()) {
       // Killed before its first second was counted.
       EXPECT_EQ(seconds, 0) << "round " << round << ": the totals went missing";
@@ -81,8 +92,8 @@ TEST(Reliability, KilledServerKeepsItsTotalsWholeAndGoingForward) {
     seconds = now;
     EXPECT_EQ(store.Read(settings, "Bandwidth", "Daily"), "14 Nov 2012") << "round " << round;
   }
-  EXPECT_GT(rounds_with_totals, 50);
-  EXPECT_GT(seconds, 100) << "the runs went on from each other's totals";
+  EXPECT_GE(rounds_with_totals, rounds_that_counted);
+  EXPECT_GE(seconds, rounds_that_counted) << "the runs went on from each other's totals";
   std::filesystem::remove_all(dir);
 }
 
