@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "core/app.h"
+#include "core/commands.h"
 #include "platform/sim/sim_platform.h"
 
 namespace {
@@ -17,7 +18,9 @@ constexpr const char* kScenario = R"({
                "\\\\SRV1\\LogicalDisk(C:)\\% Idle Time": 60}
 })";
 
-void BM_Timer1Cycle(benchmark::State& state) {
+// Runs the cycle with or without a recording of every figure going on (the
+// recording is kept from reaching its end so that every cycle writes a line).
+void RunCycles(benchmark::State& state, bool recording) {
   char pattern[] = "/tmp/tarnex-bench-XXXXXX";
   const std::string dir = mkdtemp(pattern);
   tarnex::SimOptions options;
@@ -31,10 +34,31 @@ void BM_Timer1Cycle(benchmark::State& state) {
     sim->Counters().AddCounter(m.PerfQuery, "\\Processor(_Total)\\% Processor Time", m.hCPUUsage);
     sim->Counters().AddCounter(m.PerfQuery, "\\\\SRV1\\Memory\\Available Bytes", m.hMemAvailable);
     sim->Counters().AddCounter(m.PerfQuery, "\\\\SRV1\\LogicalDisk(C:)\\% Idle Time", m.hDiskIdle);
-    for (auto _ : state) app.Timer1();
+    if (recording && !app.commands().Do("", "mnulogall15").empty()) {
+      state.SkipWithError("the recording did not start");
+      return;
+    }
+    for (auto _ : state) {
+      app.Timer1();
+      if (recording) m.LogAllElapsed = 0;
+    }
+    if (recording) {
+      double bytes = 0;
+      for (const auto& file : std::filesystem::directory_iterator(dir + "/Events/SnapShot"))
+        bytes += static_cast<double>(file.file_size());
+      state.counters["bytes_per_cycle"] = bytes / static_cast<double>(state.iterations());
+    }
   }
   std::filesystem::remove_all(dir);
 }
+
+void BM_Timer1Cycle(benchmark::State& state) {
+  RunCycles(state, false);
+}
+void BM_Timer1CycleRecording(benchmark::State& state) {
+  RunCycles(state, true);
+}
 BENCHMARK(BM_Timer1Cycle)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(BM_Timer1CycleRecording)->MeasureProcessCPUTime()->UseRealTime();
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include "counters/recordings.h"
 #include "rules/engine.h"
 #include "rules/views.h"
+#include "tracking/setup.h"
+#include "tracking/stats.h"
 
 namespace tarnex {
 
@@ -57,6 +59,7 @@ Commands::Commands(App& app) : app_(app) {
          Open("frmBWSum");
        }},
       {"mnuBN", [this] { Open("frmBNTracking"); }},
+      {"mnuWeb", [this] { Open("tracking"); }},
       {"Label16", [&ctx] { Label16Click(ctx.model()); }},
   };
   // The panels of the main window: which one shows is all they change.
@@ -106,13 +109,15 @@ Commands::Commands(App& app) : app_(app) {
   };
 
   // The list of what the rules watch.
-  Form& tracked = Add("frmBNTracking", [&ctx] { BuildBNList(ctx.model()); }, nullptr);
+  Form& tracked = Add(
+      "frmBNTracking", [&ctx] { BuildBNList(ctx.model()); }, nullptr);
   tracked.fields = {
       {"Text1", [](const ServerModel& m) { return ToJson(m.BNTrackedText); }},
   };
 
   // The bandwidth journals; it is open while it has a caption.
-  Form& bw = Add("frmBWSum", [&ctx] { OpenBWSum(ctx); }, [&ctx] { CloseBWSum(ctx); });
+  Form& bw = Add(
+      "frmBWSum", [&ctx] { OpenBWSum(ctx); }, [&ctx] { CloseBWSum(ctx); });
   bw.shown = [&ctx] { return !ctx.model().BWSumCaption.empty(); };
   bw.fields = {
       {"Caption", [](const ServerModel& m) { return ToJson(m.BWSumCaption); }},
@@ -124,11 +129,111 @@ Commands::Commands(App& app) : app_(app) {
   };
 
   // The CPU graph window: its charts are drawn once, as it opens.
-  Form& graph = Add("CPUGraph", [&ctx] { OpenCPUGraph(ctx); }, nullptr);
+  Form& graph = Add(
+      "CPUGraph", [&ctx] { OpenCPUGraph(ctx); }, nullptr);
   graph.fields = {
-      {"CPUU", [](const ServerModel& m) {
+      {"CPUU",
+       [](const ServerModel& m) {
          return json::array({ToJson(m.CPUU0), ToJson(m.CPUU1), ToJson(m.CPUU2)});
        }},
+  };
+
+  AddTrackingForms();
+}
+
+Commands::~Commands() = default;
+
+void Commands::AddTrackingForms() {
+  Context& ctx = app_.ctx();
+  // The tracking set-up. The folder browser and the file dialog are fields:
+  // the operator puts the answer in FolderChoice or FileChoice, then presses
+  // the button that would have opened the dialog.
+  Form& setup = Add(
+      "tracking", [&ctx] { OpenTrackingDialog(ctx); }, [&ctx] { CloseTrackingDialog(ctx); });
+  setup.shown = [&ctx] { return ctx.model().TrackDialogOpen == 1; };
+  for (size_t i = 0; i < 6; ++i) {
+    setup.fields.push_back({"Text" + std::to_string(i + 1),
+                            [i](const ServerModel& m) { return ToJson(m.TrackText[i]); },
+                            [i](ServerModel& m, const json& v, std::string& e) {
+                              return FromJson(v, m.TrackText[i], e);
+                            }});
+  }
+  const TextList ServerModel::*lists[] = {&ServerModel::TrackList1, &ServerModel::TrackList2,
+                                          &ServerModel::TrackList3, &ServerModel::TrackList4,
+                                          &ServerModel::TrackList5};
+  for (size_t i = 0; i < 5; ++i) {
+    setup.fields.push_back({"List" + std::to_string(i + 1),
+                            [list = lists[i]](const ServerModel& m) { return ToJson(m.*list); }});
+  }
+  setup.fields.push_back({"Check1", [](const ServerModel& m) { return ToJson(m.TrackCheck1); },
+                          [](ServerModel& m, const json& v, std::string& e) {
+                            int32_t value = 0;
+                            if (!FromJson(v, value, e)) return false;
+                            if (value != 0 && value != 1) {
+                              e = "a tick box takes 0 or 1";
+                              return false;
+                            }
+                            m.TrackCheck1 = value;
+                            return true;
+                          }});
+  setup.fields.push_back({"Option1", [](const ServerModel& m) { return ToJson(m.TrackOption1); },
+                          [](ServerModel& m, const json& v, std::string& e) {
+                            int32_t value = 0;
+                            if (!FromJson(v, value, e)) return false;
+                            if (value < 0 || value > 5) {
+                              e = "the schedules are Option1(0) to Option1(5)";
+                              return false;
+                            }
+                            m.TrackOption1 = value;
+                            return true;
+                          }});
+  setup.fields.push_back({"FolderChoice",
+                          [](const ServerModel& m) { return ToJson(m.TrackFolderChoice); },
+                          [](ServerModel& m, const json& v, std::string& e) {
+                            return FromJson(v, m.TrackFolderChoice, e);
+                          }});
+  setup.fields.push_back({"FileChoice",
+                          [](const ServerModel& m) { return ToJson(m.TrackFileChoice); },
+                          [](ServerModel& m, const json& v, std::string& e) {
+                            return FromJson(v, m.TrackFileChoice, e);
+                          }});
+  setup.fields.push_back(
+      {"DialogTitle", [](const ServerModel& m) { return ToJson(m.TrackDialogTitle); }});
+  setup.fields.push_back(
+      {"DialogStart", [](const ServerModel& m) { return ToJson(m.TrackDialogStart); }});
+  setup.commands = {
+      {"Command1", [&ctx] { SaveTracking(ctx); }},
+      {"Command2", [&ctx] { GetSize(ctx); }},
+  };
+  for (int n = 1; n <= 5; ++n) {
+    setup.commands.push_back(
+        {"Folder" + std::to_string(n), [&ctx, n] { ChooseTrackingFolder(ctx, n); }});
+  }
+  for (int n = 1; n <= 4; ++n) {
+    setup.commands.push_back({"Add" + std::to_string(n), [&ctx, n] { AddTrackedFiles(ctx, n); }});
+  }
+  // The hints of the status line as the pointer moves over a control.
+  for (const char* control : {"Check1", "List1", "List2", "List3", "List4", "Text1", "Text2",
+                              "Text3", "Text4", "Command2"}) {
+    setup.commands.push_back({std::string(control) + ".MouseMove", [&ctx, control] {
+                                ctx.model().TrackText[4] = TrackingHint(control);
+                              }});
+  }
+
+  // The statistics viewer.
+  stats_viewer_ = std::make_unique<StatsViewer>(ctx);
+  StatsViewer& viewer = *stats_viewer_;
+  Form& stats = Add(
+      "ViewStats", [&viewer] { viewer.Open(); }, [&viewer] { viewer.Close(); });
+  stats.shown = [&ctx] { return ctx.model().ViewStatsOpen == 1; };
+  stats.fields = {
+      {"Rows", [](const ServerModel& m) { return ToJson(m.StatsRows); }},
+      {"Auto Refresh", [](const ServerModel& m) { return ToJson(m.StatsAutoRefresh); }},
+      {"Label1", [](const ServerModel& m) { return ToJson(m.StatsLabel1); }},
+  };
+  stats.commands = {
+      {"Refresh Now", [&ctx] { LoadIt(ctx); }},
+      {"Auto Refresh", [&viewer] { viewer.ToggleAutoRefresh(); }},
   };
 }
 
@@ -196,7 +301,8 @@ std::string Commands::CheckSet(const Form& form, const std::string& field,
   for (const Field& f : form.fields) {
     if (!SameName(f.name, field)) continue;
     if (!f.set) return "field '" + f.name + "' of " + form.name + " can be read only";
-    if (!f.set(scratch, value, error)) return "field '" + f.name + "' of " + form.name + ": " + error;
+    if (!f.set(scratch, value, error))
+      return "field '" + f.name + "' of " + form.name + ": " + error;
     return {};
   }
   return form.name + " has no field '" + field + "'";

@@ -7,6 +7,7 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,12 +19,15 @@ namespace tarnex {
 
 class App;
 
+class StatsViewer;
+
 class Commands {
  public:
   // The main window; its fields are the fields of the model.
   static constexpr const char* kMainWindow = "MainFrm";
 
   explicit Commands(App& app);
+  ~Commands();
 
   // Each returns "" when done, else what is wrong, naming the form, field or
   // command. An empty form name is the main window. Names match without
@@ -75,6 +79,7 @@ class Commands {
     std::vector<Command> commands;
   };
 
+  void AddTrackingForms();
   Form& Add(const std::string& name, std::function<void()> load, std::function<void()> unload);
   const Form* Find(const std::string& name) const;
   Form* Find(const std::string& name);
@@ -84,6 +89,7 @@ class Commands {
 
   App& app_;
   std::deque<Form> forms_;  // the main window first
+  std::unique_ptr<StatsViewer> stats_viewer_;
 };
 
 }  // namespace tarnex

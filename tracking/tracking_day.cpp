@@ -1,9 +1,8 @@
 #include "tracking/tracking_day.h"
 
-#include <array>
-
 #include "base/legacy.h"
 #include "core/lists.h"
+#include "tracking/groups.h"
 
 namespace tarnex {
 
@@ -13,20 +12,8 @@ using legacy::Val;
 
 namespace {
 
-struct Group {
-  Text ServerModel::*path;
-  double ServerModel::*log_len;
-  TextList ServerModel::*names;
-};
-const std::array<Group, 4> kGroups = {{
-    {&ServerModel::DataPath1, &ServerModel::LogLen1, &ServerModel::DataLog1},
-    {&ServerModel::DataPath2, &ServerModel::LogLen2, &ServerModel::DataLog2},
-    {&ServerModel::DataPath3, &ServerModel::LogLen3, &ServerModel::DataLog3},
-    {&ServerModel::DataPath4, &ServerModel::LogLen4, &ServerModel::DataLog4},
-}};
-
 void ZeroLogLengths(ServerModel& m) {
-  for (const Group& g : kGroups) m.*g.log_len = 0;
+  for (int n = 1; n <= 4; ++n) m.*GroupOf(n).log_len = 0;
 }
 
 }  // namespace
@@ -37,18 +24,18 @@ std::string TrackFile(int group) {
 
 void LoadTracking(Context& ctx) {
   auto& m = ctx.model();
-  ReadFlag(ctx.INIRead(Context::kSettingsFile, "Track", "Enabled"), m.TrackEnabled);
+  m.TrackEnabledText = ctx.INIRead(Context::kSettingsFile, "Track", "Enabled");
+  ReadFlag(m.TrackEnabledText, m.TrackEnabled);
   m.TrackInterval = ctx.INIRead(Context::kSettingsFile, "Track", "Interval");
   m.HarvestDone = 0;
   for (int n = 1; n <= 4; ++n) {
-    const Group& g = kGroups[static_cast<size_t>(n - 1)];
+    const TrackingGroup& g = GroupOf(n);
     // Group 4 keeps its folder and its reading point under other keys.
     m.*g.path = n < 4 ? ctx.INIRead(Context::kSettingsFile, "Track", "DataPath" + std::to_string(n))
                       : ctx.INIRead("\\Events\\Tracked\\Track.dat", "TData", "DataPath4");
     TextList& names = m.*g.names;
     names.clear();
-    for (const std::string& line :
-         ReadListFile(ctx, "\\Files\\TData" + std::to_string(n) + ".dat", false)) {
+    for (const std::string& line : ReadListFile(ctx, NamesFile(n), false)) {
       if (!line.empty()) names.push_back(line);
     }
     m.*g.log_len = Val(ctx.INIRead(TrackFile(n), n < 4 ? "TData" : "Data", "LogLen"));
@@ -63,7 +50,7 @@ void LoadTrackingDay(Context& ctx) {
   }
   ZeroLogLengths(m);
   for (int n = 1; n <= 4; ++n) {
-    for (const std::string& name : m.*kGroups[static_cast<size_t>(n - 1)].names) {
+    for (const std::string& name : m.*GroupOf(n).names) {
       ctx.INIWrite(TrackFile(n), name, "HitsToday", "0");
     }
   }
@@ -85,7 +72,7 @@ void CloseTrackingDay(Context& ctx) {
   // 5. Each name of each group, in group order.
   for (int n = 1; n <= 4; ++n) {
     const std::string file = TrackFile(n);
-    for (const std::string& name : m.*kGroups[static_cast<size_t>(n - 1)].names) {
+    for (const std::string& name : m.*GroupOf(n).names) {
       TrackedLog(ctx, name + "     " + ctx.INIRead(file, name, "HitsToday"));
       ctx.INIWrite(file, name, "HitsToday", "0");
       const std::string full = ctx.INIRead(file, name, "Full");
