@@ -4,33 +4,37 @@
 #pragma once
 
 // X(type, name, initial value); the types are those of core/model.h.
-#define TARNEX_BACKUP_FIELDS(X)                                            \
-  /* the back-up settings of the main screen */                            \
-  X(int32_t, Check1, 0)                                                    \
-  X(Text, Text1, "")                                                       \
-  X(Text, BUPath, "")                                                      \
-  X(Flags<2>, SendOpt, {})                                                 \
-  X(Text, BUFreq, "")                                                      \
-  X(double, BackupInterval, 0)                                             \
-  X(Text, CRTime, "")                                                      \
-  X(int32_t, CloseCHK, 0)                                                  \
-  /* the programs closed and started again around a full back-up */        \
-  X(Texts<4>, CloseME, {})                                                 \
-  X(Texts<4>, CmdLine, {})                                                 \
-  /* the file back-up list */                                              \
-  X(TextList, List2, {})                                                   \
-  /* run-time scratch zeroed at start */                                   \
-  X(double, BackupCount, 0)                                                \
-  /* the choice lists of the interval and of the close and restart time */ \
-  X(TextList, BUFreqList, {})                                              \
-  X(TextList, CRTimeList, {})                                              \
-  /* the back-up status lines */                                           \
-  X(Text, Label20, "")                                                     \
-  X(Text, Label21, "")                                                     \
-  /* 0 nothing running, 1 a file back-up, 2 a full back-up */              \
-  X(int32_t, BackupState, 0)                                               \
-  /* "Send Summary": kept, read by nothing */                              \
-  X(int32_t, SendSummary, 0)                                               \
-  /* the end-task list and the close-on-back-up list */                    \
-  X(TextList, killlist, {})                                                \
+#define TARNEX_BACKUP_FIELDS(X)                                              \
+  /* the back-up settings of the main screen */                              \
+  X(int32_t, Check1, 0)                                                      \
+  X(Text, Text1, "")                                                         \
+  X(Text, BUPath, "")                                                        \
+  X(Flags<2>, SendOpt, {})                                                   \
+  X(Text, BUFreq, "")                                                        \
+  X(double, BackupInterval, 0)                                               \
+  X(Text, CRTime, "")                                                        \
+  X(int32_t, CloseCHK, 0)                                                    \
+  /* the programs closed and started again around a full back-up */          \
+  X(Texts<4>, CloseME, {})                                                   \
+  X(Texts<4>, CmdLine, {})                                                   \
+  /* the file back-up list */                                                \
+  X(TextList, List2, {})                                                     \
+  /* run-time scratch zeroed at start */                                     \
+  X(double, BackupCount, 0)                                                  \
+  /* the choice lists of the interval and of the close and restart time */   \
+  X(TextList, BUFreqList, {})                                                \
+  X(TextList, CRTimeList, {})                                                \
+  /* the back-up status lines */                                             \
+  X(Text, Label20, "")                                                       \
+  X(Text, Label21, "")                                                       \
+  /* 0 nothing running, 1 a file back-up, 2 a full back-up */                \
+  X(int32_t, BackupState, 0)                                                 \
+  /* the back-up clock's time as hhmm, and "1" once this hour's record is */ \
+  /* written */                                                              \
+  X(Text, ClockNow, "")                                                      \
+  X(Text, HourLatch, "")                                                     \
+  /* "Send Summary": kept, read by nothing */                                \
+  X(int32_t, SendSummary, 0)                                                 \
+  /* the end-task list and the close-on-back-up list */                      \
+  X(TextList, killlist, {})                                                  \
   X(TextList, BUClosed2, {})

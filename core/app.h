@@ -50,6 +50,8 @@ class App {
   void Timer1();
   // The clock cycle.
   void Timer2();
+  // The back-up clock.
+  void Timer3();
   // The Save operation of the main settings screen.
   void Command1();
 
@@ -70,6 +72,7 @@ class App {
   std::unique_ptr<Commands> commands_;
   int timer1_ = 0;
   int timer2_ = 0;
+  int timer3_ = 0;
   int flush_hook_ = 0;
 };
 

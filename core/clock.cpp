@@ -1,6 +1,7 @@
 // The clock cycle (Timer2), once a second: the listeners' watch, and in the
 // minute 23:59 the night's fold, the daily mail and the day's roll-over. Its
 // rows run in this order in one tick.
+#include "backup/backup_clock.h"
 #include "bandwidth/rollover.h"
 #include "base/legacy.h"
 #include "core/app.h"
@@ -57,6 +58,10 @@ void App::Timer2() {
 
   // 10. The day roll-over.
   if (m.rtime == "2359" && m.DayClosed != 1) DayRollOver(ctx_);
+}
+
+void App::Timer3() {
+  BackupTick(ctx_);
 }
 
 }  // namespace tarnex

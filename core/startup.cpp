@@ -198,7 +198,8 @@ bool App::FormLoad() {
   EventTextChanged(m);
   timer1_ = loop().AddTimer([this] { Timer1(); });
   timer2_ = loop().AddTimer([this] { Timer2(); });
-  for (const int timer : {timer1_, timer2_}) {
+  timer3_ = loop().AddTimer([this] { Timer3(); });
+  for (const int timer : {timer1_, timer2_, timer3_}) {
     loop().SetTimerInterval(timer, 1000);
     loop().SetTimerEnabled(timer, true);
   }

@@ -6,13 +6,21 @@ namespace tarnex {
 
 const std::map<std::string, ScenarioReader>& ScenarioReaders() {
   static const std::map<std::string, ScenarioReader> readers = {
-      {"start", ReadStart},           {"env", ReadEnv},
-      {"screen", ReadScreen},         {"dirs", ReadDirs},
-      {"processor", ReadProcessor},   {"disks", ReadDisks},
-      {"counters", ReadCounters},     {"objects", ReadObjects},
-      {"processes", ReadProcesses},   {"services", ReadServices},
-      {"commands", ReadCommands},     {"wmi", ReadWmi},
-      {"interfaces", ReadInterfaces}, {"operator", ReadOperator},
+      {"start", ReadStart},
+      {"env", ReadEnv},
+      {"screen", ReadScreen},
+      {"dirs", ReadDirs},
+      {"processor", ReadProcessor},
+      {"disks", ReadDisks},
+      {"counters", ReadCounters},
+      {"objects", ReadObjects},
+      {"processes", ReadProcesses},
+      {"programs", ReadPrograms},
+      {"services", ReadServices},
+      {"commands", ReadCommands},
+      {"wmi", ReadWmi},
+      {"interfaces", ReadInterfaces},
+      {"operator", ReadOperator},
   };
   return readers;
 }

@@ -34,6 +34,7 @@ bool ReadObjects(SimPlatform& sim, const nlohmann::json& value, std::string& err
 
 // Processes, services and the programs' outputs (scenario_programs.cpp).
 bool ReadProcesses(SimPlatform& sim, const nlohmann::json& value, std::string& error);
+bool ReadPrograms(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 bool ReadServices(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 bool ReadCommands(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 

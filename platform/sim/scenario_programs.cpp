@@ -28,6 +28,40 @@ bool ReadProcesses(SimPlatform& sim, const nlohmann::json& value, std::string& e
   return true;
 }
 
+bool ReadPrograms(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
+  if (!value.is_object()) {
+    error = "\"programs\" must be an object of {\"runs_for\": SECONDS, \"window\": true|false}";
+    return false;
+  }
+  for (const auto& [path, spec] : value.items()) {
+    if (!spec.is_object()) {
+      error = "program '" + path + "' must be an object";
+      return false;
+    }
+    SimPlatform::Program program;
+    for (const auto& [field, v] : spec.items()) {
+      if (field == "runs_for") {
+        if (!v.is_number() || v.get<double>() < 0 || v.get<double>() > 1e9) {
+          error = "program '" + path + "': \"runs_for\" takes seconds from 0 to 1e9";
+          return false;
+        }
+        program.runs_for = v.get<double>();
+      } else if (field == "window") {
+        if (!v.is_boolean()) {
+          error = "program '" + path + "': \"window\" takes true or false";
+          return false;
+        }
+        program.window = v.get<bool>();
+      } else {
+        error = "unknown key '" + field + "' in program '" + path + "'";
+        return false;
+      }
+    }
+    sim.programs[LowerText(path)] = program;
+  }
+  return true;
+}
+
 bool ReadServices(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
   if (!value.is_number_integer() || value.get<int64_t>() < 0) {
     error = "\"services\" must be a whole number";

@@ -162,6 +162,7 @@ bool SimPlatform::DeleteStartAtBoot() {
 }
 
 std::vector<int64_t> SimPlatform::EnumProcesses() {
+  EndFinishedRuns();
   std::vector<int64_t> pids;
   for (const auto& [pid, program] : running) pids.push_back(pid);
   return pids;
@@ -181,14 +182,31 @@ bool SimPlatform::CountServices(int kind, int state, const std::string& machine,
   return true;
 }
 
+void SimPlatform::EndFinishedRuns() {
+  const int64_t now = Loop().MonotonicMs();
+  for (auto it = ends_at_.begin(); it != ends_at_.end();) {
+    if (it->second > now) {
+      ++it;
+      continue;
+    }
+    running.erase(it->first);
+    windowless_.erase(it->first);
+    it = ends_at_.erase(it);
+  }
+}
+
 int64_t SimPlatform::FindProcessByPath(const std::string& path) {
+  EndFinishedRuns();
   for (const auto& [pid, program] : running) {
-    if (LowerText(program) == LowerText(path)) return pid;
+    if (windowless_.count(pid) == 0 && LowerText(program) == LowerText(path)) return pid;
   }
   return 0;
 }
 
 bool SimPlatform::CloseProcessWindow(int64_t pid) {
+  EndFinishedRuns();
+  if (windowless_.count(pid) != 0) return false;
+  ends_at_.erase(pid);
   return running.erase(pid) != 0;
 }
 
@@ -196,7 +214,20 @@ bool SimPlatform::ShellOpen(const std::string& file, const std::string& paramete
                             const std::string& folder) {
   started.push_back(file + "|" + parameters + "|" + folder);
   while (running.count(next_pid_) != 0) ++next_pid_;
-  running[next_pid_++] = file;
+  const int64_t pid = next_pid_++;
+  running[pid] = file;
+  // A program is named by its full path or by its file name alone.
+  auto it = programs.find(LowerText(file));
+  if (it == programs.end()) {
+    const size_t cut = file.find_last_of("\\/");
+    if (cut != std::string::npos) it = programs.find(LowerText(file.substr(cut + 1)));
+  }
+  if (it != programs.end()) {
+    if (it->second.runs_for) {
+      ends_at_[pid] = Loop().MonotonicMs() + static_cast<int64_t>(*it->second.runs_for * 1000);
+    }
+    if (!it->second.window) windowless_.insert(pid);
+  }
   return true;
 }
 

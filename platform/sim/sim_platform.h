@@ -112,6 +112,14 @@ class SimPlatform : public Platform {
   std::set<int64_t> protected_pids;        // processes that cannot be opened
   std::optional<int64_t> services;         // the service count, when it can be asked
   std::vector<std::string> started;        // "path|parameters|folder"
+  // Programs that "open" starts, by lower-cased path: how many virtual
+  // seconds a run lasts (none: until it is closed) and whether it has a
+  // window (without one, a look-up by path never finds it).
+  struct Program {
+    std::optional<double> runs_for;
+    bool window = true;
+  };
+  std::map<std::string, Program> programs;
   bool priority_raised = false;
 
   // The machine's programs, system-management rows, processor and drives, as
@@ -147,6 +155,10 @@ class SimPlatform : public Platform {
   NativeNetwork net_;
   InstanceLock lock_;
   int64_t next_pid_ = 1000;
+  // Runs that end by themselves: pid -> the loop's millisecond of the end.
+  std::map<int64_t, int64_t> ends_at_;
+  std::set<int64_t> windowless_;
+  void EndFinishedRuns();
 };
 
 }  // namespace tarnex
