@@ -19,6 +19,17 @@
   X(Texts<4>, CmdLine, {})                                                   \
   /* the file back-up list */                                                \
   X(TextList, List2, {})                                                     \
+  /* its pickers: the folder (Dir3), the files selected in it (File3), */    \
+  /* the path chosen (Text4), sub-folders too (Check14), the entry that */   \
+  /* a double click removes (List2Index), and the walk's counts */           \
+  X(Text, Dir3, "")                                                          \
+  X(TextList, File3, {})                                                     \
+  X(Text, Text4, "")                                                         \
+  X(int32_t, Check14, 1)                                                     \
+  X(int32_t, List2Index, -1)                                                 \
+  X(double, FolderCount, 0)                                                  \
+  X(double, FileCount, 0)                                                    \
+  X(Text, StopWalk, "0")                                                     \
   /* run-time scratch zeroed at start */                                     \
   X(double, BackupCount, 0)                                                  \
   /* the choice lists of the interval and of the close and restart time */   \

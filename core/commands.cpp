@@ -1,5 +1,6 @@
 #include "core/commands.h"
 
+#include "backup/backup_list.h"
 #include "backup/backup_settings.h"
 #include "bandwidth/bw_window.h"
 #include "base/legacy.h"
@@ -61,6 +62,8 @@ Commands::Commands(App& app) : app_(app) {
       {"mnuBN", [this] { Open("frmBNTracking"); }},
       {"mnuWeb", [this] { Open("tracking"); }},
       {"Label16", [&ctx] { Label16Click(ctx.model()); }},
+      {"Command10", [&ctx] { AddBackupEntry(ctx); }},
+      {"List2.DblClick", [&ctx] { RemoveBackupEntry(ctx); }},
   };
   // The panels of the main window: which one shows is all they change.
   const struct {
