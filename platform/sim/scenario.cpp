@@ -13,6 +13,7 @@ const std::map<std::string, ScenarioReader>& ScenarioReaders() {
       {"processes", ReadProcesses},   {"services", ReadServices},
       {"commands", ReadCommands},     {"wmi", ReadWmi},
       {"interfaces", ReadInterfaces}, {"operator", ReadOperator},
+      {"dns_server", ReadDnsServer},  {"dns_error", ReadDnsError},
   };
   return readers;
 }
