@@ -88,6 +88,24 @@ TEST(MailRealServer, AServerThatIsNotListeningMissesTheRecipientAndNothingIsRepo
                                               "Daily report", "nobody hears this"));
 }
 
+TEST(MailRealServer, AServerThatWantsAuthenticationRefusesUnseenAndTheSystemCarriesOn) {
+  SmtpSink sink(true);
+  ASSERT_GT(sink.port(), 0);
+  MailBench b(kBasicScenario, true);
+  b.m().SMTP = "127.0.0.1";
+  b.m().SMTPPort = std::to_string(sink.port());
+  b.m().EmailList1 = {"first@example.org", "second@example.org"};
+  RelaySocket winsock2(b.ctx());
+  sendit(b.ctx(), winsock2);
+  // Both recipients had their turn: the second connection came and closed.
+  EXPECT_EQ(b.m().ETo, "second@example.org");
+  EXPECT_EQ(winsock2.sock->state(), Winsock::kClosed);
+  EXPECT_TRUE(b.m().OperatorMessages.empty());
+  // A server that keeps nothing it refused: give it a moment to write, then
+  // the file is still empty.
+  EXPECT_FALSE(sink.WaitForMessages(1, 2));
+}
+
 TEST(MailRealServer, TheDirectSenderFindsTheExchangerAtARealDNSServerAndDeliversToIt) {
   SmtpSink sink;
   ASSERT_GT(sink.port(), 0) << "the mail server did not start";

@@ -102,7 +102,14 @@ class SmtpSink {
     std::vector<std::string> to;
     std::string data;
   };
-  SmtpSink() : dir_(MakeTempDir()), server_("smtp_sink.py", {dir_ + "/messages.jsonl"}) {}
+  // With `auth_required` the server refuses mail from a client that has not
+  // authenticated.
+  explicit SmtpSink(bool auth_required = false)
+      : dir_(MakeTempDir()),
+        server_("smtp_sink.py",
+                auth_required
+                    ? std::vector<std::string>{dir_ + "/messages.jsonl", "--auth-required"}
+                    : std::vector<std::string>{dir_ + "/messages.jsonl"}) {}
   ~SmtpSink() {
     std::error_code ignored;
     std::filesystem::remove_all(dir_, ignored);

@@ -5,7 +5,10 @@ message, and appends each one, as it was received, to a file of JSON lines:
 {"from": ..., "to": [...], "data": base64 of the message bytes}. Prints the
 port it listens on as its first line. Run with /usr/bin/python3:
 
-    smtp_sink.py OUTPUT_FILE
+    smtp_sink.py OUTPUT_FILE [--auth-required]
+
+With --auth-required every command of mail is refused until the client has
+authenticated, which the tests' client never does.
 """
 import asyncio
 import base64
@@ -30,11 +33,13 @@ class Keep:
         return "250 OK"
 
 
-async def main(path):
+async def main(path, auth_required):
     loop = asyncio.get_running_loop()
     handler = Keep(path)
     server = await loop.create_server(
-        lambda: SMTP(handler, hostname="sink.test"), host="127.0.0.1", port=0)
+        lambda: SMTP(handler, hostname="sink.test", auth_required=auth_required,
+                     auth_require_tls=False),
+        host="127.0.0.1", port=0)
     port = server.sockets[0].getsockname()[1]
     print(port, flush=True)
     async with server:
@@ -42,4 +47,4 @@ async def main(path):
 
 
 if __name__ == "__main__":
-    asyncio.run(main(sys.argv[1]))
+    asyncio.run(main(sys.argv[1], "--auth-required" in sys.argv[2:]))
