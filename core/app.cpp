@@ -5,6 +5,7 @@
 #include "base/legacy.h"
 #include "core/commands.h"
 #include "inventory/dos_outputs.h"
+#include "mail/relay.h"
 #include "monitorlink/listeners.h"
 
 namespace tarnex {
@@ -14,6 +15,7 @@ App::App(Platform& platform, std::string app_path)
       profiles_(platform.Fs()),
       ctx_(platform, model_, profiles_),
       listeners_(std::make_unique<Listeners>(platform)),
+      winsock2_(std::make_unique<RelaySocket>(ctx_)),
       commands_(std::make_unique<Commands>(*this)) {
   model_.AppPath = std::move(app_path);
   // The settings written between two waits of the loop reach the disk as one

@@ -18,6 +18,7 @@ namespace tarnex {
 class Commands;
 class DOSOutputs;
 class Listeners;
+struct RelaySocket;
 
 class App {
  public:
@@ -68,6 +69,8 @@ class App {
   ProfileStore profiles_;
   Context ctx_;
   std::unique_ptr<Listeners> listeners_;
+  // The main window's mail socket, on which the daily report leaves.
+  std::unique_ptr<RelaySocket> winsock2_;
   std::unique_ptr<DOSOutputs> objDOS_;
   std::unique_ptr<Commands> commands_;
   int timer1_ = 0;

@@ -6,6 +6,7 @@
 #include "base/legacy.h"
 #include "core/app.h"
 #include "core/journal.h"
+#include "mail/relay.h"
 #include "mail/summary.h"
 #include "monitorlink/listeners.h"
 #include "tracking/tracking_day.h"
@@ -47,10 +48,12 @@ void App::Timer2() {
     m.DayClosed = 0;
   }
 
-  // 9. The daily mail, once, in the last minute of the day; the two daily
-  // figures of the summary go back to 0.
+  // 9. The daily mail, once, in the last minute of the day, to every
+  // recipient; then the two daily figures of the summary go back to 0, and
+  // the status line tells when the pass was through, whatever became of it.
   if (Val(m.rtime) > 2358 && m.autosend == 1 && m.MidnightArmed == 0) {
     m.MidnightArmed = 1;
+    sendit(ctx_, *winsock2_);
     m.SummarySent = "0";
     m.SummaryRec = "0";
     m.Label7 = "Email Sent at " + FormatDate(ctx_.Now(), "hh:mm:ssampm");

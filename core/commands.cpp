@@ -1,5 +1,7 @@
 #include "core/commands.h"
 
+#include <memory>
+
 #include "backup/backup_list.h"
 #include "backup/backup_settings.h"
 #include "bandwidth/bw_window.h"
@@ -9,6 +11,7 @@
 #include "core/app.h"
 #include "core/model_fields.h"
 #include "counters/recordings.h"
+#include "mail/mail_form.h"
 #include "rules/engine.h"
 #include "rules/views.h"
 #include "tracking/setup.h"
@@ -141,6 +144,67 @@ Commands::Commands(App& app) : app_(app) {
        }},
   };
 
+  // The mail form, "SMTP Email Utility": the recipients, the sender, the
+  // server, the daily switch; Save and Send Now.
+  auto mail = std::make_shared<MailForm>(ctx);
+  Form& email = Add(
+      "email", [mail] { mail->Load(); }, nullptr);
+  // A text field of the form, typed into and left.
+  auto text = [](const char* name, Text ServerModel::*field,
+                 std::function<std::string(const std::string&)> leave = nullptr) {
+    return Field{name, [field](const ServerModel& m) { return ToJson(m.*field); },
+                 [field, leave](ServerModel& m, const json& v, std::string& e) {
+                   std::string value;
+                   if (!FromJson(v, value, e)) return false;
+                   m.*field = leave ? leave(value) : value;
+                   return true;
+                 }};
+  };
+  email.fields = {
+      text("SMTP", &ServerModel::EmailFormSMTP, ServerFromEntry),
+      text("SMTPPort", &ServerModel::EmailFormSMTPPort),
+      text("EFrom", &ServerModel::EmailFormFrom),
+      text("ESubject", &ServerModel::EmailFormSubject),
+      text("EBody", &ServerModel::EmailFormBody),
+      text("addname", &ServerModel::EmailFormAddName),
+      {"autosend", [](const ServerModel& m) { return ToJson(m.EmailFormAuto); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         return FromJson(v, m.EmailFormAuto, e);
+       }},
+      {"include", [](const ServerModel& m) { return ToJson(m.EmailFormInclude); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         return FromJson(v, m.EmailFormInclude, e);
+       }},
+      {"Check1", [](const ServerModel& m) { return ToJson(m.EmailFormCheck1); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         return FromJson(v, m.EmailFormCheck1, e);
+       }},
+      {"List1", [](const ServerModel& m) { return ToJson(m.EmailFormList1); }},
+      {"ListIndex", [](const ServerModel& m) { return ToJson(m.EmailFormListIndex); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         return FromJson(v, m.EmailFormListIndex, e);
+       }},
+      {"Servers", [](const ServerModel& m) { return ToJson(m.EmailFormServers); }},
+      {"DNS", [](const ServerModel& m) { return ToJson(m.EmailFormDNS); }},
+      {"txtstatus", [](const ServerModel& m) { return ToJson(m.EmailFormStatus); }},
+  };
+  email.commands = {
+      {"Send Now",
+       [this, mail] {
+         mail->SendNow();
+         Close("email");
+       }},
+      {"Save",
+       [this, mail] {
+         mail->Save();
+         Close("email");
+       }},
+      {"Quit", [this] { Close("email"); }},
+      {"Add", [mail] { mail->Add(); }},
+      {"addname", [mail] { mail->ClickAddName(); }},
+      {"List1", [mail, &ctx] { mail->RemoveEntry(ctx.model().EmailFormListIndex); }},
+      {"Send Direct", [mail] { mail->SendDirect(); }},
+  };
   AddTrackingForms();
 }
 

@@ -53,7 +53,8 @@ int main(int argc, char** argv) {
   const fs::path root = argv[2];
   Corpus profile(root, "profile"), scenario(root, "scenario"), proc_text(root, "proc_text"),
       host_facts(root, "host_facts"), system_facts(root, "system_facts"),
-      ram_lines(root, "ram_lines"), harvest_lines(root, "harvest_lines");
+      ram_lines(root, "ram_lines"), harvest_lines(root, "harvest_lines"),
+      dns_reply(root, "dns_reply");
 
   for (const auto& entry : fs::recursive_directory_iterator(data)) {
     if (!entry.is_regular_file() || entry.file_size() > kLargestSeed) continue;
@@ -74,6 +75,7 @@ int main(int argc, char** argv) {
       harvest_lines.Add("a.htm|download.zip|report.pdf|x\n" + content);
       harvest_lines.Add("|\n" + content);
     }
+    if (name.ends_with(".dns")) dns_reply.Add(content);
     if (!name.ends_with(".json")) continue;
     const nlohmann::json doc = nlohmann::json::parse(content, nullptr, false);
     if (doc.is_discarded() || !doc.is_object() || doc.contains("AppPath")) continue;
@@ -90,8 +92,8 @@ int main(int argc, char** argv) {
       }
     }
   }
-  for (const Corpus* c :
-       {&profile, &scenario, &proc_text, &host_facts, &system_facts, &ram_lines, &harvest_lines}) {
+  for (const Corpus* c : {&profile, &scenario, &proc_text, &host_facts, &system_facts, &ram_lines,
+                          &harvest_lines, &dns_reply}) {
     std::cout << c->dir().filename().string() << ": " << c->count() << " seeds\n";
     if (c->count() == 0) return 1;
   }

@@ -28,6 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const size_t half = text.size() / 2;
   ProgramBaseName(text.substr(0, half), text.substr(half));
   RunsScript(text);
+  FirstNameserver(text);
   AdapterInstance(text);
   return 0;
 }

@@ -10,6 +10,8 @@
   X(Text, ESubject, "")                                                           \
   X(Text, EBody, "")                                                              \
   X(Text, ETo, "")                                                                \
+  /* the text that goes out to every recipient */                                 \
+  X(Text, EInfo, "")                                                              \
   /* the recipients (the mail form's List1) */                                    \
   X(TextList, EmailList1, {})                                                     \
   /* 1: the daily report goes out; the include options change nothing */          \
@@ -22,4 +24,21 @@
   X(Text, SummaryText, "")                                                        \
   X(Text, BandwidthText, "")                                                      \
   X(Text, SummarySent, "")                                                        \
-  X(Text, SummaryRec, "")
+  X(Text, SummaryRec, "")                                                         \
+  /* the mail form ("SMTP Email Utility"): its own copies of the settings, */     \
+  /* the recipients' list, the server pick-list, the DNS server, and the */       \
+  /* direct sender's running log */                                               \
+  X(Text, EmailFormSMTP, "")                                                      \
+  X(Text, EmailFormSMTPPort, "")                                                  \
+  X(Text, EmailFormFrom, "")                                                      \
+  X(Text, EmailFormSubject, "")                                                   \
+  X(Text, EmailFormBody, "")                                                      \
+  X(int32_t, EmailFormAuto, 0)                                                    \
+  X(Flags<6>, EmailFormInclude, {})                                               \
+  X(int32_t, EmailFormCheck1, 0)                                                  \
+  X(TextList, EmailFormList1, {})                                                 \
+  X(int32_t, EmailFormListIndex, -1)                                              \
+  X(Text, EmailFormAddName, "")                                                   \
+  X(TextList, EmailFormServers, {})                                               \
+  X(Text, EmailFormDNS, "")                                                       \
+  X(Text, EmailFormStatus, "")

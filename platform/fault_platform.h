@@ -89,6 +89,10 @@ class FaultNetwork : public Network {
   int64_t Send(int fd, const char* data, size_t size) override;
   int64_t Receive(int fd, char* data, size_t size) override;
   void Close(int fd) override { inner_.Close(fd); }
+  std::string LocalAddress(int fd) override { return inner_.LocalAddress(fd); }
+  int OpenDatagram(const std::string& address, int port) override {
+    return inner_.OpenDatagram(address, port);
+  }
 
  private:
   FaultInjector& faults_;

@@ -59,6 +59,7 @@ class ForwardingPlatform : public Platform {
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override {
     return inner_.DiskFreeSpace(root, total, free_bytes);
   }
+  int DnsServer(std::string& address) override { return inner_.DnsServer(address); }
 
  private:
   Platform& inner_;

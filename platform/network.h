@@ -38,6 +38,13 @@ class Network {
   // Bytes received, 0 when the peer has closed, kWouldBlock, or kFailed.
   virtual int64_t Receive(int fd, char* data, size_t size) = 0;
   virtual void Close(int fd) = 0;
+  // The address of this machine's end of a connected descriptor; "" when
+  // unknown.
+  virtual std::string LocalAddress(int fd) { return {}; }
+  // A datagram socket bound to a port the system picks and aimed at
+  // `address` and `port`: Send sends one datagram, Receive takes one (0 is
+  // an empty datagram, never an end). -1 when it cannot be had.
+  virtual int OpenDatagram(const std::string& address, int port) { return -1; }
 };
 
 }  // namespace tarnex

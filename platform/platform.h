@@ -119,6 +119,10 @@ class Platform {
   // the machine cannot give it (not supported, or the table cannot be read).
   virtual bool InterfaceTable(std::vector<InterfaceRow>& rows) = 0;
 
+  // The address of the machine's first DNS server, as text: 0, or the
+  // error number of the network-parameters call when it cannot be had.
+  virtual int DnsServer(std::string& address) { return 50; }
+
   // The size and the free space, in bytes, of the drive whose root is `root`
   // ("C:\" and the like). False when the drive cannot tell.
   virtual bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) = 0;

@@ -36,6 +36,7 @@ void Winsock::Release() {
 
 void Winsock::Close() {
   Release();
+  datagram_ = false;
   received_.clear();
   bound_port_ = 0;
   state_ = kClosed;
@@ -81,7 +82,24 @@ int Winsock::Connect(const std::string& host, int port) {
   return 0;
 }
 
+int Winsock::OpenDatagram(const std::string& host, int port) {
+  if (state_ != kClosed || !ValidPort(port)) return last_error_ = kErrInvalidArgument;
+  std::string address;
+  if (!net_.Resolve(host, address)) return last_error_ = kErrHostNotFound;
+  const int fd = net_.OpenDatagram(address, port);
+  if (fd < 0) return last_error_ = kErrInvalidArgument;
+  remote_port_ = port;
+  remote_ip_ = address;
+  Adopt(fd, kOpen);
+  datagram_ = true;
+  return 0;
+}
+
 int Winsock::SendData(std::string_view bytes) {
+  if (datagram_ && state_ == kOpen) {
+    if (!bytes.empty()) net_.Send(fd_, bytes.data(), bytes.size());
+    return 0;
+  }
   if (state_ != kConnected) return last_error_ = kErrWrongState;
   outgoing_.append(bytes);
   while (!outgoing_.empty()) {
@@ -110,7 +128,7 @@ void Winsock::Adopt(int fd, State state) {
 void Winsock::UpdateWatch() {
   if (watch_ == 0) return;
   short events = 0;
-  if (state_ == kListening || state_ == kConnected) events |= POLLIN;
+  if (state_ == kListening || state_ == kConnected || state_ == kOpen) events |= POLLIN;
   if (state_ == kConnecting || (state_ == kConnected && !outgoing_.empty())) events |= POLLOUT;
   loop_.SetWatchEvents(watch_, events);
 }
@@ -139,6 +157,15 @@ void Winsock::OnReady(short revents) {
     state_ = kConnected;
     UpdateWatch();
     if (OnConnect) OnConnect();
+    return;
+  }
+  if (state_ == kOpen && datagram_) {
+    // One datagram is one arrival.
+    char datagram[65536];
+    const int64_t n = net_.Receive(fd_, datagram, sizeof datagram);
+    if (n <= 0) return;
+    received_.append(datagram, static_cast<size_t>(n));
+    if (OnDataArrival) OnDataArrival(received_.size());
     return;
   }
   if (state_ != kConnected) return;

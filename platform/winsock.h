@@ -46,6 +46,8 @@ class Winsock {
   // system chose when the local port is 0).
   int BoundPort() const { return bound_port_; }
   const std::string& RemoteHostIP() const { return remote_ip_; }
+  // The address of this machine's end of the connection ("" when unknown).
+  std::string LocalIP() const { return fd_ >= 0 ? net_.LocalAddress(fd_) : std::string(); }
   int RemotePort() const { return remote_port_; }
 
   // Each returns 0 or the error number; the state is left as it was on error
@@ -53,6 +55,11 @@ class Winsock {
   int Listen();
   int Accept(intptr_t request_id);
   int Connect(const std::string& host, int port);
+  // The datagram protocol: opens a socket aimed at `host` and `port` (state
+  // kOpen); SendData sends one datagram, and each datagram that comes back
+  // is one data arrival.
+  int OpenDatagram(const std::string& host, int port);
+  bool Datagram() const { return datagram_; }
   int SendData(std::string_view bytes);
   void Close();
 
@@ -88,6 +95,7 @@ class Winsock {
   std::string received_;
   std::string outgoing_;
   int last_error_ = 0;
+  bool datagram_ = false;
 };
 
 }  // namespace tarnex

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need (Debian 12).
 set -euo pipefail
-# clang and its runtimes (libFuzzer, the sanitizers) build the fuzz targets.
+# clang and its runtimes (libFuzzer, the sanitizers) build the fuzz targets; the
+# mail tests run a real mail server (aiosmtpd) and a real DNS server (dnslib) on loopback.
 packages=(build-essential cmake googletest libgtest-dev libgmock-dev libbenchmark-dev
-          nlohmann-json3-dev clang libclang-rt-14-dev)
+          nlohmann-json3-dev clang libclang-rt-14-dev
+          python3-aiosmtpd python3-dnslib)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -136,6 +136,7 @@ class ScriptedNetwork : public Network {
     return pair[0];
   }
   bool ConnectSucceeded(int fd) override { return true; }
+  std::string LocalAddress(int fd) override { return "10.0.0.5"; }
   int64_t Send(int fd, const char* data, size_t size) override {
     return Outcome(::send(fd, data, size, MSG_NOSIGNAL));
   }

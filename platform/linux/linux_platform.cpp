@@ -544,4 +544,13 @@ bool LinuxPlatform::DiskFreeSpace(const std::string& root, double& total, double
   return true;
 }
 
+int LinuxPlatform::DnsServer(std::string& address) {
+  std::ifstream in(options_.root + "/etc/resolv.conf", std::ios::binary);
+  if (!in) return 2;
+  std::ostringstream text;
+  text << in.rdbuf();
+  address = FirstNameserver(text.str());
+  return 0;
+}
+
 }  // namespace tarnex

@@ -57,6 +57,9 @@ class LinuxPlatform : public Platform {
   bool ProcessorMHz(uint32_t& mhz) override;
   bool InterfaceTable(std::vector<InterfaceRow>& rows) override;
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
+  // The first "nameserver" of /etc/resolv.conf; error 2 when the file cannot
+  // be read.
+  int DnsServer(std::string& address) override;
 
   // The program and arguments a command line stands for on this host: a
   // quoted program runs to its closing quote; otherwise the shortest run of

@@ -373,4 +373,17 @@ std::string ProgramBaseName(const std::string& exe, const std::string& cmdline) 
   return name + ".exe";
 }
 
+std::string FirstNameserver(const std::string& resolv_conf) {
+  std::istringstream in(resolv_conf);
+  std::string line;
+  while (std::getline(in, line)) {
+    std::istringstream words(line);
+    std::string keyword;
+    std::string address;
+    if (!(words >> keyword) || keyword != "nameserver" || !(words >> address)) continue;
+    return address.substr(0, 15);
+  }
+  return {};
+}
+
 }  // namespace tarnex

@@ -126,4 +126,9 @@ std::string ProgramBaseName(const std::string& exe, const std::string& cmdline);
 // Whether the name of a program run by `exe` comes from its arguments.
 bool RunsScript(const std::string& exe);
 
+// The first DNS server of a resolver configuration (the text of
+// /etc/resolv.conf): the address of its first "nameserver" line, cut to the
+// 15 characters the network parameters hold; "" when there is none.
+std::string FirstNameserver(const std::string& resolv_conf);
+
 }  // namespace tarnex

@@ -16,6 +16,8 @@ class NativeNetwork : public Network {
   int64_t Send(int fd, const char* data, size_t size) override;
   int64_t Receive(int fd, char* data, size_t size) override;
   void Close(int fd) override;
+  std::string LocalAddress(int fd) override;
+  int OpenDatagram(const std::string& address, int port) override;
 };
 
 }  // namespace tarnex

@@ -21,6 +21,8 @@ const std::map<std::string, ScenarioReader>& ScenarioReaders() {
       {"wmi", ReadWmi},
       {"interfaces", ReadInterfaces},
       {"operator", ReadOperator},
+      {"dns_server", ReadDnsServer},
+      {"dns_error", ReadDnsError},
   };
   return readers;
 }

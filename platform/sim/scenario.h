@@ -43,6 +43,8 @@ bool ReadInterfaces(SimPlatform& sim, const nlohmann::json& value, std::string& 
 
 // The operator's timeline (scenario_operator.cpp).
 bool ReadOperator(SimPlatform& sim, const nlohmann::json& value, std::string& error);
+bool ReadDnsServer(SimPlatform& sim, const nlohmann::json& value, std::string& error);
+bool ReadDnsError(SimPlatform& sim, const nlohmann::json& value, std::string& error);
 
 // System-management classes (scenario_wmi.cpp).
 bool ReadWmi(SimPlatform& sim, const nlohmann::json& value, std::string& error);

@@ -1,4 +1,4 @@
-// The simulated machine's interface table.
+// The simulated machine's interface table and DNS server.
 #include "platform/sim/scenario.h"
 #include "platform/sim/sim_platform.h"
 
@@ -97,6 +97,26 @@ bool ReadInterfaces(SimPlatform& sim, const nlohmann::json& value, std::string& 
     rows.push_back(std::move(row));
   }
   sim.interfaces = std::move(rows);
+  return true;
+}
+
+// The machine's first DNS server, and the error of the network-parameters
+// call.
+bool ReadDnsServer(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
+  if (!value.is_string()) {
+    error = "\"dns_server\" must be a text";
+    return false;
+  }
+  sim.dns_server = value.get<std::string>();
+  return true;
+}
+
+bool ReadDnsError(SimPlatform& sim, const nlohmann::json& value, std::string& error) {
+  if (!value.is_number_unsigned() || value.get<uint64_t>() > 0x7FFFFFFF) {
+    error = "\"dns_error\" must be a whole number from 0 to 2147483647";
+    return false;
+  }
+  sim.dns_error = static_cast<int>(value.get<uint64_t>());
   return true;
 }
 

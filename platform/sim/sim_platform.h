@@ -87,6 +87,10 @@ class SimPlatform : public Platform {
                             std::unique_ptr<CommandPipe>& pipe) override;
   bool QueryWmi(const std::string& query, std::vector<WmiRow>& rows) override;
   ProcessorInfo SystemProcessor() override { return processor; }
+  int DnsServer(std::string& address) override {
+    if (dns_error == 0) address = dns_server;
+    return dns_error;
+  }
   bool ProcessorMHz(uint32_t& mhz) override;
   bool InterfaceTable(std::vector<InterfaceRow>& rows) override;
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
@@ -136,6 +140,10 @@ class SimPlatform : public Platform {
   std::map<std::string, Disk> disks;  // upper-cased root -> size
   // The interface table; nothing when the machine cannot give one.
   std::optional<std::vector<InterfaceRow>> interfaces;
+  // The first DNS server, and the error the network-parameters call fails
+  // with (0: none).
+  std::string dns_server;
+  int dns_error = 0;
 
   // The operator's steps, in order, each with its time.
   struct OperatorStep {
