@@ -47,6 +47,8 @@ class Winsock {
   int BoundPort() const { return bound_port_; }
   const std::string& RemoteHostIP() const { return remote_ip_; }
   int RemotePort() const { return remote_port_; }
+  // This machine's address on the connection; "" when not connected.
+  std::string LocalIP() const { return fd_ >= 0 ? net_.LocalAddress(fd_) : std::string(); }
 
   // Each returns 0 or the error number; the state is left as it was on error
   // (except for failures of the connection itself, which set kError).
@@ -63,6 +65,13 @@ class Winsock {
 
   // Events. A connection request not accepted while its handler runs is
   // refused, and its identifier is no longer accepted.
+  //
+  // A listening control that is closed inside its own connection request's
+  // handler (to accept the request on itself) keeps its port open behind the
+  // connection: a later request on that port reaches the connected control
+  // through the same handler, which may close the connection it has and
+  // accept the new one. The port is given up when the control is closed
+  // outside such a handler, or when the handler leaves it unconnected.
   std::function<void(intptr_t request_id)> OnConnectionRequest;
   std::function<void(size_t bytes_total)> OnDataArrival;
   std::function<void()> OnConnect;
@@ -75,6 +84,8 @@ class Winsock {
   void OnReady(short revents);
   void Fail(int number, const std::string& description);
   void Release();
+  void TakeRequest(int listener);
+  void CloseDoor();
 
   EventLoop& loop_;
   Network& net_;
@@ -88,6 +99,11 @@ class Winsock {
   std::string received_;
   std::string outgoing_;
   int last_error_ = 0;
+  // The listening descriptor kept behind a connection, and its watch.
+  int door_fd_ = -1;
+  int door_watch_ = 0;
+  // How many of this control's connection request handlers are running.
+  int in_request_ = 0;
 };
 
 }  // namespace tarnex

@@ -10,6 +10,7 @@ class NativeNetwork : public Network {
   int Listen(int port, int& bound_port) override;
   int Accept(int listener) override;
   std::string PeerAddress(int fd, int& port) override;
+  std::string LocalAddress(int fd) override;
   bool Resolve(const std::string& host, std::string& address) override;
   int Connect(const std::string& address, int port) override;
   bool ConnectSucceeded(int fd) override;
