@@ -5,7 +5,9 @@
 #include "base/legacy.h"
 #include "core/commands.h"
 #include "inventory/dos_outputs.h"
+#include "monitorlink/link.h"
 #include "monitorlink/listeners.h"
+#include "update/update.h"
 
 namespace tarnex {
 
@@ -14,8 +16,10 @@ App::App(Platform& platform, std::string app_path)
       profiles_(platform.Fs()),
       ctx_(platform, model_, profiles_),
       listeners_(std::make_unique<Listeners>(platform)),
+      update_(std::make_unique<UpdateCheck>(ctx_)),
       commands_(std::make_unique<Commands>(*this)) {
   model_.AppPath = std::move(app_path);
+  ArmSlots(ctx_, *listeners_);
   // The settings written between two waits of the loop reach the disk as one
   // replacement of each file changed, before the loop waits, yields or sleeps.
   flush_hook_ = platform_.Loop().AddBeforeSleep([this] {
@@ -33,6 +37,14 @@ Winsock& App::Listener(int index) {
   return (*listeners_)[index];
 }
 
+void App::SetUpdateServer(const std::string& host, int port) {
+  update_->SetServer(host, port);
+}
+
+void App::Generate(int index) {
+  tarnex::Generate(ctx_, *listeners_, index);
+}
+
 void App::FormUnload() {
   // 1. The week table.
   SaveIT(ctx_);
@@ -48,6 +60,7 @@ void App::FormUnload() {
 }
 
 void App::Exit() {
+  update_->Winsock1().Close();
   listeners_->CloseAll();
   loop().Stop();
 }

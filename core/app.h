@@ -18,6 +18,7 @@ namespace tarnex {
 class Commands;
 class DOSOutputs;
 class Listeners;
+class UpdateCheck;
 
 class App {
  public:
@@ -40,6 +41,11 @@ class App {
   // The operator's surface: every window with its fields and commands.
   Commands& commands() { return *commands_; }
 
+  // The deployment's update server, asked at start-up; with none (the
+  // default) there is no check.
+  void SetUpdateServer(const std::string& host, int port);
+  UpdateCheck& update() { return *update_; }
+
   // Start-up. False when the process must end at once (another instance runs).
   bool FormLoad();
   // Closing the main window: the unload order, then the loop stops.
@@ -52,6 +58,9 @@ class App {
   void Timer2();
   // The Save operation of the main settings screen.
   void Command1();
+  // A button of the row that fills a slot's password (0 to 4) or the
+  // server code (5).
+  void Generate(int index);
 
   // Writes the settings changed since the loop last waited (the loop does
   // this itself before every wait; the launcher once more at exit).
@@ -66,6 +75,7 @@ class App {
   ProfileStore profiles_;
   Context ctx_;
   std::unique_ptr<Listeners> listeners_;
+  std::unique_ptr<UpdateCheck> update_;
   std::unique_ptr<DOSOutputs> objDOS_;
   std::unique_ptr<Commands> commands_;
   int timer1_ = 0;

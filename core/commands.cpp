@@ -8,6 +8,8 @@
 #include "core/app.h"
 #include "core/model_fields.h"
 #include "counters/recordings.h"
+#include "mail/summary.h"
+#include "monitorlink/messages.h"
 #include "rules/engine.h"
 #include "rules/views.h"
 
@@ -106,13 +108,15 @@ Commands::Commands(App& app) : app_(app) {
   };
 
   // The list of what the rules watch.
-  Form& tracked = Add("frmBNTracking", [&ctx] { BuildBNList(ctx.model()); }, nullptr);
+  Form& tracked = Add(
+      "frmBNTracking", [&ctx] { BuildBNList(ctx.model()); }, nullptr);
   tracked.fields = {
       {"Text1", [](const ServerModel& m) { return ToJson(m.BNTrackedText); }},
   };
 
   // The bandwidth journals; it is open while it has a caption.
-  Form& bw = Add("frmBWSum", [&ctx] { OpenBWSum(ctx); }, [&ctx] { CloseBWSum(ctx); });
+  Form& bw = Add(
+      "frmBWSum", [&ctx] { OpenBWSum(ctx); }, [&ctx] { CloseBWSum(ctx); });
   bw.shown = [&ctx] { return !ctx.model().BWSumCaption.empty(); };
   bw.fields = {
       {"Caption", [](const ServerModel& m) { return ToJson(m.BWSumCaption); }},
@@ -124,11 +128,66 @@ Commands::Commands(App& app) : app_(app) {
   };
 
   // The CPU graph window: its charts are drawn once, as it opens.
-  Form& graph = Add("CPUGraph", [&ctx] { OpenCPUGraph(ctx); }, nullptr);
+  Form& graph = Add(
+      "CPUGraph", [&ctx] { OpenCPUGraph(ctx); }, nullptr);
   graph.fields = {
-      {"CPUU", [](const ServerModel& m) {
+      {"CPUU",
+       [](const ServerModel& m) {
          return json::array({ToJson(m.CPUU0), ToJson(m.CPUU1), ToJson(m.CPUU2)});
        }},
+  };
+
+  // The row of buttons that fill a slot's password or the server code.
+  for (int index = 0; index <= 5; ++index) {
+    main.commands.push_back(
+        {"Generate(" + std::to_string(index) + ")", [this, index] { app_.Generate(index); }});
+  }
+
+  // The message to the monitors: the summary is written as the form loads.
+  Form& msg = Add(
+      "sendmsg",
+      [&ctx] {
+        ModSummary(ctx, "F");
+        LoadSendMsg(ctx);
+      },
+      [&ctx] { CloseSendMsg(ctx); });
+  msg.shown = [&ctx] { return ctx.model().SendMsgOpen == 1; };
+  msg.fields = {
+      {"Text1", [](const ServerModel& m) { return ToJson(m.MsgText1); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         if (!FromJson(v, m.MsgText1, e)) return false;
+         MessageChanged(m);
+         return true;
+       }},
+      {"Text2", [](const ServerModel& m) { return ToJson(m.MsgText2); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         if (!FromJson(v, m.MsgText2, e)) return false;
+         SummaryChanged(m);
+         return true;
+       }},
+      {"Check1", [](const ServerModel& m) { return ToJson(m.MsgCheck1); },
+       [](ServerModel& m, const json& v, std::string& e) { return FromJson(v, m.MsgCheck1, e); }},
+      {"sendto", [](const ServerModel& m) { return ToJson(m.MsgSendTo); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         if (!FromJson(v, m.MsgSendTo, e)) return false;
+         if (m.MsgSendTo[5] == 1) TickAll(m);
+         return true;
+       }},
+      {"Command4", [](const ServerModel& m) { return ToJson(m.MsgCommand4); }},
+      {"MessageBusy", [](const ServerModel& m) { return ToJson(m.MessageBusy); }},
+      {"MessageSize", [](const ServerModel& m) { return ToJson(m.MsgSizeText); }},
+      {"SummarySize", [](const ServerModel& m) { return ToJson(m.MsgSummarySizeText); }},
+      {"TotalSize", [](const ServerModel& m) { return ToJson(m.MsgTotalSizeText); }},
+  };
+  msg.commands = {
+      {"Send", [&ctx] { SendMessage(ctx); }},
+      {"Clear Msg",
+       [&ctx] {
+         ctx.model().MsgText1.clear();
+         MessageChanged(ctx.model());
+       }},
+      {"Quit", [this] { Close("sendmsg"); }},
+      {"Command4", [&ctx] { SwitchMessageView(ctx.model()); }},
   };
 }
 
@@ -196,7 +255,8 @@ std::string Commands::CheckSet(const Form& form, const std::string& field,
   for (const Field& f : form.fields) {
     if (!SameName(f.name, field)) continue;
     if (!f.set) return "field '" + f.name + "' of " + form.name + " can be read only";
-    if (!f.set(scratch, value, error)) return "field '" + f.name + "' of " + form.name + ": " + error;
+    if (!f.set(scratch, value, error))
+      return "field '" + f.name + "' of " + form.name + ": " + error;
     return {};
   }
   return form.name + " has no field '" + field + "'";

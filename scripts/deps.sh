@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need (Debian 12).
 set -euo pipefail
-# clang and its runtimes (libFuzzer, the sanitizers) build the fuzz targets.
+# clang and its runtimes (libFuzzer, the sanitizers) build the fuzz targets;
+# ncurses draws the terminal monitor, which its test runs under tmux.
 packages=(build-essential cmake googletest libgtest-dev libgmock-dev libbenchmark-dev
-          nlohmann-json3-dev clang libclang-rt-14-dev)
+          nlohmann-json3-dev clang libclang-rt-14-dev libncurses-dev tmux)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
