@@ -20,6 +20,7 @@
 #include "platform/linux/linux_platform.h"
 #include "platform/native/process.h"
 #include "platform/sim/sim_platform.h"
+#include "update/update.h"
 
 namespace {
 
@@ -54,6 +55,9 @@ const char* const kHelp =
     "  --dump-model FILE      when the run ends, write the whole server model as JSON\n"
     "  --boot-dir DIR         where the start-at-boot unit file goes (linux; default:\n"
     "                         /etc/systemd/system)\n"
+    "  --update-server HOST[:PORT]\n"
+    "                         the update server asked once at start-up (port 32212 when\n"
+    "                         left out); without it there is no update check\n"
     "  --interfaces NAME,...  the network interfaces to measure, by their kernel names\n"
     "                         (linux; default: the physical interfaces, or in a container\n"
     "                         every interface but the loopback)\n"
@@ -75,6 +79,8 @@ struct Options {
   std::string dump_model;
   std::string boot_dir = "/etc/systemd/system";
   std::vector<std::string> interfaces;
+  std::string update_host;
+  int update_port = tarnex::kUpdatePort;
   bool quiet = false;
   bool help = false;
   bool version = false;
@@ -133,7 +139,8 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       o.quiet = true;
     } else if (arg == "--app-path" || arg == "--platform" || arg == "--scenario" ||
                arg == "--start" || arg == "--speed" || arg == "--run-for" || arg == "--answer" ||
-               arg == "--dump-model" || arg == "--boot-dir" || arg == "--interfaces") {
+               arg == "--dump-model" || arg == "--boot-dir" || arg == "--interfaces" ||
+               arg == "--update-server") {
       if (!value(v)) return "option " + arg + " needs a value";
       if (arg == "--app-path") {
         if (v.empty()) return "--app-path needs a folder";
@@ -181,6 +188,11 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       } else if (arg == "--interfaces") {
         if (!ParseNames(v, o.interfaces)) {
           return "--interfaces needs interface names separated by commas, not '" + v + "'";
+        }
+      } else if (arg == "--update-server") {
+        if (!tarnex::ParseUpdateServer(v, o.update_host, o.update_port)) {
+          return "--update-server needs HOST or HOST:PORT with a port from 1 to 65535, not '" + v +
+                 "'";
         }
       }
     } else {
@@ -243,6 +255,7 @@ int Run(const Options& o) {
   }
 
   tarnex::App app(*platform, app_path);
+  if (!o.update_host.empty()) app.SetUpdateServer(o.update_host, o.update_port);
   tarnex::EventLoop& loop = platform->Loop();
   const int64_t started = loop.MonotonicMs();
 

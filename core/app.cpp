@@ -6,7 +6,9 @@
 #include "core/commands.h"
 #include "inventory/dos_outputs.h"
 #include "mail/relay.h"
+#include "monitorlink/link.h"
 #include "monitorlink/listeners.h"
+#include "update/update.h"
 
 namespace tarnex {
 
@@ -16,8 +18,10 @@ App::App(Platform& platform, std::string app_path)
       ctx_(platform, model_, profiles_),
       listeners_(std::make_unique<Listeners>(platform)),
       winsock2_(std::make_unique<RelaySocket>(ctx_)),
+      update_(std::make_unique<UpdateCheck>(ctx_)),
       commands_(std::make_unique<Commands>(*this)) {
   model_.AppPath = std::move(app_path);
+  ArmSlots(ctx_, *listeners_);
   // The settings written between two waits of the loop reach the disk as one
   // replacement of each file changed, before the loop waits, yields or sleeps.
   flush_hook_ = platform_.Loop().AddBeforeSleep([this] {
@@ -35,6 +39,14 @@ Winsock& App::Listener(int index) {
   return (*listeners_)[index];
 }
 
+void App::SetUpdateServer(const std::string& host, int port) {
+  update_->SetServer(host, port);
+}
+
+void App::Generate(int index) {
+  tarnex::Generate(ctx_, *listeners_, index);
+}
+
 void App::FormUnload() {
   // 1. The week table.
   SaveIT(ctx_);
@@ -50,6 +62,7 @@ void App::FormUnload() {
 }
 
 void App::Exit() {
+  update_->Winsock1().Close();
   listeners_->CloseAll();
   loop().Stop();
 }

@@ -19,6 +19,7 @@ class Commands;
 class DOSOutputs;
 class Listeners;
 struct RelaySocket;
+class UpdateCheck;
 
 class App {
  public:
@@ -41,6 +42,11 @@ class App {
   // The operator's surface: every window with its fields and commands.
   Commands& commands() { return *commands_; }
 
+  // The deployment's update server, asked at start-up; with none (the
+  // default) there is no check.
+  void SetUpdateServer(const std::string& host, int port);
+  UpdateCheck& update() { return *update_; }
+
   // Start-up. False when the process must end at once (another instance runs).
   bool FormLoad();
   // Closing the main window: the unload order, then the loop stops.
@@ -55,6 +61,9 @@ class App {
   void Timer3();
   // The Save operation of the main settings screen.
   void Command1();
+  // A button of the row that fills a slot's password (0 to 4) or the
+  // server code (5).
+  void Generate(int index);
 
   // Writes the settings changed since the loop last waited (the loop does
   // this itself before every wait; the launcher once more at exit).
@@ -71,6 +80,7 @@ class App {
   std::unique_ptr<Listeners> listeners_;
   // The main window's mail socket, on which the daily report leaves.
   std::unique_ptr<RelaySocket> winsock2_;
+  std::unique_ptr<UpdateCheck> update_;
   std::unique_ptr<DOSOutputs> objDOS_;
   std::unique_ptr<Commands> commands_;
   int timer1_ = 0;

@@ -12,6 +12,8 @@
 #include "core/model_fields.h"
 #include "counters/recordings.h"
 #include "mail/mail_form.h"
+#include "mail/summary.h"
+#include "monitorlink/messages.h"
 #include "rules/engine.h"
 #include "rules/views.h"
 #include "tracking/setup.h"
@@ -142,6 +144,59 @@ Commands::Commands(App& app) : app_(app) {
        [](const ServerModel& m) {
          return json::array({ToJson(m.CPUU0), ToJson(m.CPUU1), ToJson(m.CPUU2)});
        }},
+  };
+
+  // The row of buttons that fill a slot's password or the server code.
+  for (int index = 0; index <= 5; ++index) {
+    main.commands.push_back(
+        {"Generate(" + std::to_string(index) + ")", [this, index] { app_.Generate(index); }});
+  }
+
+  // The message to the monitors: the summary is written as the form loads.
+  Form& msg = Add(
+      "sendmsg",
+      [&ctx] {
+        ModSummary(ctx, "F");
+        LoadSendMsg(ctx);
+      },
+      [&ctx] { CloseSendMsg(ctx); });
+  msg.shown = [&ctx] { return ctx.model().SendMsgOpen == 1; };
+  msg.fields = {
+      {"Text1", [](const ServerModel& m) { return ToJson(m.MsgText1); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         if (!FromJson(v, m.MsgText1, e)) return false;
+         MessageChanged(m);
+         return true;
+       }},
+      {"Text2", [](const ServerModel& m) { return ToJson(m.MsgText2); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         if (!FromJson(v, m.MsgText2, e)) return false;
+         SummaryChanged(m);
+         return true;
+       }},
+      {"Check1", [](const ServerModel& m) { return ToJson(m.MsgCheck1); },
+       [](ServerModel& m, const json& v, std::string& e) { return FromJson(v, m.MsgCheck1, e); }},
+      {"sendto", [](const ServerModel& m) { return ToJson(m.MsgSendTo); },
+       [](ServerModel& m, const json& v, std::string& e) {
+         if (!FromJson(v, m.MsgSendTo, e)) return false;
+         if (m.MsgSendTo[5] == 1) TickAll(m);
+         return true;
+       }},
+      {"Command4", [](const ServerModel& m) { return ToJson(m.MsgCommand4); }},
+      {"MessageBusy", [](const ServerModel& m) { return ToJson(m.MessageBusy); }},
+      {"MessageSize", [](const ServerModel& m) { return ToJson(m.MsgSizeText); }},
+      {"SummarySize", [](const ServerModel& m) { return ToJson(m.MsgSummarySizeText); }},
+      {"TotalSize", [](const ServerModel& m) { return ToJson(m.MsgTotalSizeText); }},
+  };
+  msg.commands = {
+      {"Send", [&ctx] { SendMessage(ctx); }},
+      {"Clear Msg",
+       [&ctx] {
+         ctx.model().MsgText1.clear();
+         MessageChanged(ctx.model());
+       }},
+      {"Quit", [this] { Close("sendmsg"); }},
+      {"Command4", [&ctx] { SwitchMessageView(ctx.model()); }},
   };
 
   // The mail form, "SMTP Email Utility": the recipients, the sender, the

@@ -21,6 +21,7 @@
 #include "monitorlink/fields.h"
 #include "rules/fields.h"
 #include "tracking/fields.h"
+#include "update/fields.h"
 
 namespace tarnex {
 
@@ -152,7 +153,8 @@ using SQLHandles = std::array<int32_t, 14>;
   TARNEX_BACKUP_FIELDS(X)                                                     \
   TARNEX_MAIL_FIELDS(X)                                                       \
   TARNEX_TRACKING_FIELDS(X)                                                   \
-  TARNEX_CONSOLE_FIELDS(X)
+  TARNEX_CONSOLE_FIELDS(X)                                                    \
+  TARNEX_UPDATE_FIELDS(X)
 
 struct ServerModel {
 #define TARNEX_DECLARE_FIELD(type, name, init) type name = init;

@@ -9,6 +9,8 @@
 #include "counters/programs.h"
 #include "counters/recordings.h"
 #include "inventory/processor_facts.h"
+#include "monitorlink/link.h"
+#include "monitorlink/listeners.h"
 #include "rules/engine.h"
 
 namespace tarnex {
@@ -91,8 +93,28 @@ void App::Timer1() {
   // 23. While recording: a line to each snapshot file.
   if (m.LogAllSeconds != 0) LogMYData(ctx_);
 
-  // 25. What the rules found.
+  // 24. The status frame of this second.
+  BuildFrame(ctx_);
+  ctx_.Yield();
+
+  // 25. What the rules found goes to the journal and closes the frame.
+  const bool found = !m.BNText.empty();
   JournalFindings(ctx_);
+  if (found) AddFindingToFrame(m, m.BNText);
+
+  // 26. The frame to every connected slot.
+  SendFrame(ctx_, *listeners_);
+  ctx_.Yield();
+
+  // 27. The queued messages.
+  SendMessages(ctx_, *listeners_);
+
+  // 28. The link's status line.
+  ShowLinkState(ctx_, *listeners_);
+
+  // 29. The slots are kept listening.
+  KeepListening(ctx_, *listeners_);
+  ctx_.Yield();
 
   // 30. The month table.
   MonthCheck(ctx_);

@@ -17,6 +17,7 @@
 #include "monitorlink/listeners.h"
 #include "rules/engine.h"
 #include "tracking/tracking_day.h"
+#include "update/update.h"
 
 namespace tarnex {
 
@@ -113,6 +114,9 @@ bool App::FormLoad() {
        {"\\Bin", "\\Events", "\\Events\\Tracked", "\\Events\\SnapShot", "\\Logs", "\\Files"}) {
     if (!fs.FolderExists(ctx_.Path(folder))) fs.MakeFolder(ctx_.Path(folder));
   }
+
+  // 11. The update check: the reply comes as an event, later.
+  update_->chk4up();
 
   // 12. First run.
   FirstRunStamp();

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <iostream>
 #include <iterator>
 #include <string>
@@ -54,7 +55,28 @@ int main(int argc, char** argv) {
   Corpus profile(root, "profile"), scenario(root, "scenario"), proc_text(root, "proc_text"),
       host_facts(root, "host_facts"), system_facts(root, "system_facts"),
       ram_lines(root, "ram_lines"), harvest_lines(root, "harvest_lines"),
-      dns_reply(root, "dns_reply");
+      dns_reply(root, "dns_reply"), logon(root, "logon"), status_frame(root, "status_frame");
+  // The logon: password, code and what a monitor sends, apart by 0 bytes.
+  using namespace std::string_literals;
+  for (const std::string& seed : {"pw\0code\0CHKpwcode"s, "pw\0code\0CHKPWxx"s, "\0\0CHK"s,
+                                  "pw\0\0chkpw"s, "pw\0code\0CHKpw--code\r\n"s}) {
+    logon.Add(seed);
+  }
+  // The frame: its texts apart by 0 bytes, the numbers read from the same bytes.
+  const auto joined = [](std::initializer_list<const char*> parts) {
+    std::string out;
+    bool first = true;
+    for (const char* p : parts) {
+      if (!first) out += '\0';
+      first = false;
+      out += p;
+    }
+    return out;
+  };
+  status_frame.Add(joined({"12.5", "CPU Last Min = 10%", "Data < 60 (5)", "Data < 60 (5)", "250",
+                           "3", "1", "2400 MHz", "C:", "123456", "1.2 GB / 3.4 GB", "12",
+                           "3 Hrs - 02 Min - 05 Sec", "Next File BU: 2 Hrs", "ok", "6 GB / 9 GB"}));
+  status_frame.Add(joined({"0", "", "", "", "0", "0", "0", " MHz"}));
 
   for (const auto& entry : fs::recursive_directory_iterator(data)) {
     if (!entry.is_regular_file() || entry.file_size() > kLargestSeed) continue;
@@ -93,7 +115,7 @@ int main(int argc, char** argv) {
     }
   }
   for (const Corpus* c : {&profile, &scenario, &proc_text, &host_facts, &system_facts, &ram_lines,
-                          &harvest_lines, &dns_reply}) {
+                          &harvest_lines, &dns_reply, &logon, &status_frame}) {
     std::cout << c->dir().filename().string() << ": " << c->count() << " seeds\n";
     if (c->count() == 0) return 1;
   }

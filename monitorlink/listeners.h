@@ -5,6 +5,7 @@
 #include <array>
 #include <memory>
 
+#include "base/legacy.h"
 #include "core/context.h"
 #include "platform/winsock.h"
 
@@ -20,6 +21,9 @@ class Listeners {
   // Closes the listener, sets its local port and listens again.
   void Reopen(int slot, int port);
   void CloseAll();
+
+  // The generator that Generate reseeds.
+  legacy::Random rnd;
 
  private:
   std::array<std::unique_ptr<Winsock>, kSlots> slots_;

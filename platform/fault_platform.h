@@ -83,13 +83,13 @@ class FaultNetwork : public Network {
   int Listen(int port, int& bound_port) override;
   int Accept(int listener) override;
   std::string PeerAddress(int fd, int& port) override { return inner_.PeerAddress(fd, port); }
+  std::string LocalAddress(int fd) override { return inner_.LocalAddress(fd); }
   bool Resolve(const std::string& host, std::string& address) override;
   int Connect(const std::string& address, int port) override;
   bool ConnectSucceeded(int fd) override { return inner_.ConnectSucceeded(fd); }
   int64_t Send(int fd, const char* data, size_t size) override;
   int64_t Receive(int fd, char* data, size_t size) override;
   void Close(int fd) override { inner_.Close(fd); }
-  std::string LocalAddress(int fd) override { return inner_.LocalAddress(fd); }
   int OpenDatagram(const std::string& address, int port) override {
     return inner_.OpenDatagram(address, port);
   }

@@ -40,6 +40,7 @@ class ForwardingPlatform : public Platform {
     return inner_.FindProcessByPath(path);
   }
   bool CloseProcessWindow(int64_t pid) override { return inner_.CloseProcessWindow(pid); }
+  std::string ProgramFile() override { return inner_.ProgramFile(); }
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override {
     return inner_.ShellOpen(file, parameters, folder);

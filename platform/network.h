@@ -26,6 +26,9 @@ class Network {
   virtual int Accept(int listener) = 0;
   // The address and port of a connected descriptor's peer; "" when unknown.
   virtual std::string PeerAddress(int fd, int& port) = 0;
+  // The address of this machine's end of a connected descriptor; "" when
+  // unknown.
+  virtual std::string LocalAddress(int fd) { return {}; }
   // The IPv4 address of a host name or dotted address; false when unknown.
   virtual bool Resolve(const std::string& host, std::string& address) = 0;
   // Starts a connection without waiting for it: the descriptor, which turns
@@ -38,9 +41,6 @@ class Network {
   // Bytes received, 0 when the peer has closed, kWouldBlock, or kFailed.
   virtual int64_t Receive(int fd, char* data, size_t size) = 0;
   virtual void Close(int fd) = 0;
-  // The address of this machine's end of a connected descriptor; "" when
-  // unknown.
-  virtual std::string LocalAddress(int fd) { return {}; }
   // A datagram socket bound to a port the system picks and aimed at
   // `address` and `port`: Send sends one datagram, Receive takes one (0 is
   // an empty datagram, never an end). -1 when it cannot be had.

@@ -88,6 +88,9 @@ class Platform {
   virtual int64_t FindProcessByPath(const std::string& path) = 0;
   // Asks the process's main window to close.
   virtual bool CloseProcessWindow(int64_t pid) = 0;
+  // The host path of the running program's own file; "" where the program
+  // file is the installation folder's "\Tarnex Server.exe".
+  virtual std::string ProgramFile() { return {}; }
   // Starts a file with the shell verb "open".
   virtual bool ShellOpen(const std::string& file, const std::string& parameters,
                          const std::string& folder) = 0;

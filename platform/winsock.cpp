@@ -24,6 +24,14 @@ Winsock::Winsock(EventLoop& loop, Network& net) : loop_(loop), net_(net) {}
 
 Winsock::~Winsock() {
   Release();
+  CloseDoor();
+}
+
+void Winsock::CloseDoor() {
+  if (door_watch_ != 0) loop_.Unwatch(door_watch_);
+  door_watch_ = 0;
+  if (door_fd_ >= 0) net_.Close(door_fd_);
+  door_fd_ = -1;
 }
 
 void Winsock::Release() {
@@ -35,6 +43,17 @@ void Winsock::Release() {
 }
 
 void Winsock::Close() {
+  if (in_request_ > 0 && state_ == kListening && door_fd_ < 0 && fd_ >= 0) {
+    // Closed to accept a request on itself: the port stays open behind the
+    // connection.
+    if (watch_ != 0) loop_.Unwatch(watch_);
+    watch_ = 0;
+    door_fd_ = fd_;
+    fd_ = -1;
+    door_watch_ = loop_.WatchFd(door_fd_, POLLIN, [this](short) { TakeRequest(door_fd_); });
+  } else if (in_request_ == 0) {
+    CloseDoor();
+  }
   Release();
   datagram_ = false;
   received_.clear();
@@ -117,6 +136,18 @@ std::string Winsock::GetData() {
   return out;
 }
 
+void Winsock::TakeRequest(int listener) {
+  const int fd = net_.Accept(listener);
+  if (fd < 0) return;
+  WaitingRequests().insert(fd);
+  ++in_request_;
+  if (OnConnectionRequest) OnConnectionRequest(fd);
+  --in_request_;
+  if (WaitingRequests().erase(fd) != 0) net_.Close(fd);
+  // A door whose control did not end connected gives its port up.
+  if (in_request_ == 0 && state_ != kConnected) CloseDoor();
+}
+
 void Winsock::Adopt(int fd, State state) {
   Release();
   fd_ = fd;
@@ -142,11 +173,7 @@ void Winsock::Fail(int number, const std::string& description) {
 
 void Winsock::OnReady(short revents) {
   if (state_ == kListening) {
-    const int fd = net_.Accept(fd_);
-    if (fd < 0) return;
-    WaitingRequests().insert(fd);
-    if (OnConnectionRequest) OnConnectionRequest(fd);
-    if (WaitingRequests().erase(fd) != 0) net_.Close(fd);
+    TakeRequest(fd_);
     return;
   }
   if (state_ == kConnecting) {

@@ -70,6 +70,13 @@ class Winsock {
 
   // Events. A connection request not accepted while its handler runs is
   // refused, and its identifier is no longer accepted.
+  //
+  // A listening control that is closed inside its own connection request's
+  // handler (to accept the request on itself) keeps its port open behind the
+  // connection: a later request on that port reaches the connected control
+  // through the same handler, which may close the connection it has and
+  // accept the new one. The port is given up when the control is closed
+  // outside such a handler, or when the handler leaves it unconnected.
   std::function<void(intptr_t request_id)> OnConnectionRequest;
   std::function<void(size_t bytes_total)> OnDataArrival;
   std::function<void()> OnConnect;
@@ -82,6 +89,8 @@ class Winsock {
   void OnReady(short revents);
   void Fail(int number, const std::string& description);
   void Release();
+  void TakeRequest(int listener);
+  void CloseDoor();
 
   EventLoop& loop_;
   Network& net_;
@@ -96,6 +105,11 @@ class Winsock {
   std::string outgoing_;
   int last_error_ = 0;
   bool datagram_ = false;
+  // The listening descriptor kept behind a connection, and its watch.
+  int door_fd_ = -1;
+  int door_watch_ = 0;
+  // How many of this control's connection request handlers are running.
+  int in_request_ = 0;
 };
 
 }  // namespace tarnex

@@ -2,10 +2,11 @@
 # Installs the Debian packages the build and the tests need (Debian 12).
 set -euo pipefail
 # clang and its runtimes (libFuzzer, the sanitizers) build the fuzz targets; the
-# mail tests run a real mail server (aiosmtpd) and a real DNS server (dnslib) on loopback.
+# mail tests run a real mail server (aiosmtpd) and a real DNS server (dnslib) on
+# loopback; ncurses draws the terminal monitor, which its test runs under tmux.
 packages=(build-essential cmake googletest libgtest-dev libgmock-dev libbenchmark-dev
           nlohmann-json3-dev clang libclang-rt-14-dev
-          python3-aiosmtpd python3-dnslib)
+          python3-aiosmtpd python3-dnslib libncurses-dev tmux)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

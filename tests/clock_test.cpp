@@ -77,7 +77,8 @@ TEST_F(Clock, WithTrackingOnTheFoldRunsOnceAndClosesTheTrackedDay) {
   WriteFile(dir + "/Files/TData3.dat", "other.htm\r\n");
   WriteFile(dir + "/Events/Tracked/Track1.dat",
             "[TData]\r\nLogLen=900\r\nLog Date=14 Nov 2012\r\n[index.htm]\r\nHitsToday=5\r\n"
-            "[served.zip]\r\nHitsToday=7\r\nFull=" + dir + "/served.zip\r\n");
+            "[served.zip]\r\nHitsToday=7\r\nFull=" +
+                dir + "/served.zip\r\n");
   WriteFile(dir + "/Events/Tracked/Track3.dat", "[other.htm]\r\nHitsToday=2\r\n");
   bench_->Start();
   StopTimers();
@@ -118,9 +119,10 @@ TEST_F(Clock, TheDayRollsOverOnceAtTheLastMinute) {
   EXPECT_EQ(s().File("Logs/Daily Hard Drive.txt"),
             "Tracking Started: 14 Nov 2012 11:58:59PM\r\n"
             "14 Nov 2012  Read = 1,000,000 Bytes   Write 2,000 Bytes  Total = 1,002,000 Bytes\r\n"
-            "   " + m().Label49 + "   " + m().Label50 + "   " + m().Label62 + "   " +
-                m().Label59 + "\r\n   " + m().IdlePer[0] + "   " + m().IdlePer[1] + "   " +
-                m().IdlePer[2] + "   " + m().IdlePer[3] + "\r\n");
+            "   " +
+                m().Label49 + "   " + m().Label50 + "   " + m().Label62 + "   " + m().Label59 +
+                "\r\n   " + m().IdlePer[0] + "   " + m().IdlePer[1] + "   " + m().IdlePer[2] +
+                "   " + m().IdlePer[3] + "\r\n");
   EXPECT_EQ(m().DailyRec, "0");
   EXPECT_EQ(Key("Bandwidth", "Daily Rec"), "0");
   EXPECT_EQ(m().rdate, "14 Nov 2012");
@@ -137,7 +139,7 @@ TEST_F(Clock, TheDayRollsOverOnceAtTheLastMinute) {
 TEST_F(Clock, WithMailOffTheNextNightHasNoRollOver) {
   Start("2012-11-14 23:58:59");
   TickAfter(1);
-  TickAfter(3600);   // 00:59 of the 15th: the flags stay set
+  TickAfter(3600);  // 00:59 of the 15th: the flags stay set
   EXPECT_EQ(m().DayClosed, 1);
   TickAfter(82800);  // 23:59 of the 15th
   EXPECT_EQ(m().rtime, "2359");
@@ -227,6 +229,7 @@ TEST_F(Clock, TheYearRollsWithTheMonthAtTheLastMinuteOfTheFirstOfJanuary) {
 
 TEST_F(Clock, AClosedListenerListensAgainOnItsPortWhateverItIs) {
   Start("2012-11-14 10:00:00");
+  s().app().Listener(2).Close();
   ASSERT_EQ(s().app().Listener(2).state(), Winsock::kClosed);
   TickAfter(1);
   // A port of "0" gives a port the system picks.

@@ -97,12 +97,14 @@ TEST(SocketSeamApplication, SlotsListenThroughThePlatform) {
     app.Command1();
     EXPECT_TRUE(machine.net.Listening(42000));
     EXPECT_EQ(app.Listener(1).state(), Winsock::kListening);
-    // The slot has no logon handling yet: a monitor that dials is refused.
+    // A monitor that dials is taken by the slot and has its banner.
     auto monitor = machine.net.Dial(42000);
     ASSERT_NE(monitor, nullptr);
-    for (int i = 0; i < 10 && !monitor->Closed(); ++i) app.loop().DoEvents();
-    EXPECT_TRUE(monitor->Closed());
+    for (int i = 0; i < 10 && monitor->Received().empty(); ++i) app.loop().DoEvents();
+    EXPECT_EQ(monitor->Received(), "XP");
+    EXPECT_EQ(app.Listener(1).state(), Winsock::kConnected);
     app.FormUnload();
+    EXPECT_TRUE(monitor->Closed());
     EXPECT_FALSE(machine.net.Listening(42000));
   }
   std::filesystem::remove_all(dir);

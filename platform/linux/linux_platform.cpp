@@ -188,6 +188,14 @@ bool LinuxPlatform::CloseProcessWindow(int64_t pid) {
   return pid > 0 && ::kill(static_cast<pid_t>(pid), SIGTERM) == 0;
 }
 
+std::string LinuxPlatform::ProgramFile() {
+  // The running executable itself.
+  char path[4096];
+  const ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
+  if (n <= 0) return {};
+  return std::string(path, static_cast<size_t>(n));
+}
+
 bool LinuxPlatform::ShellOpen(const std::string& file, const std::string& parameters,
                               const std::string& folder) {
   const std::string program = files_.Native(file);

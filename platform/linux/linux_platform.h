@@ -48,6 +48,7 @@ class LinuxPlatform : public Platform {
   bool CountServices(int kind, int state, const std::string& machine, int64_t& count) override;
   int64_t FindProcessByPath(const std::string& path) override;
   bool CloseProcessWindow(int64_t pid) override;
+  std::string ProgramFile() override;
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override;
   CommandStart StartCommand(const std::string& command_line,

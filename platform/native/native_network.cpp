@@ -54,6 +54,15 @@ std::string NativeNetwork::PeerAddress(int fd, int& port) {
   return text;
 }
 
+std::string NativeNetwork::LocalAddress(int fd) {
+  sockaddr_in addr{};
+  socklen_t len = sizeof addr;
+  if (::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) return {};
+  char text[INET_ADDRSTRLEN] = {};
+  ::inet_ntop(AF_INET, &addr.sin_addr, text, sizeof text);
+  return text;
+}
+
 bool NativeNetwork::Resolve(const std::string& host, std::string& address) {
   addrinfo hints{};
   hints.ai_family = AF_INET;
@@ -98,15 +107,6 @@ int64_t NativeNetwork::Receive(int fd, char* data, size_t size) {
 
 void NativeNetwork::Close(int fd) {
   ::close(fd);
-}
-
-std::string NativeNetwork::LocalAddress(int fd) {
-  sockaddr_in addr{};
-  socklen_t len = sizeof addr;
-  if (::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) return {};
-  char text[INET_ADDRSTRLEN] = {};
-  ::inet_ntop(AF_INET, &addr.sin_addr, text, sizeof text);
-  return text;
 }
 
 int NativeNetwork::OpenDatagram(const std::string& address, int port) {

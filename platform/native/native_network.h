@@ -10,13 +10,13 @@ class NativeNetwork : public Network {
   int Listen(int port, int& bound_port) override;
   int Accept(int listener) override;
   std::string PeerAddress(int fd, int& port) override;
+  std::string LocalAddress(int fd) override;
   bool Resolve(const std::string& host, std::string& address) override;
   int Connect(const std::string& address, int port) override;
   bool ConnectSucceeded(int fd) override;
   int64_t Send(int fd, const char* data, size_t size) override;
   int64_t Receive(int fd, char* data, size_t size) override;
   void Close(int fd) override;
-  std::string LocalAddress(int fd) override;
   int OpenDatagram(const std::string& address, int port) override;
 };
 
