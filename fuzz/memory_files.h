@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "platform/files.h"
 
@@ -100,6 +101,17 @@ class MemoryFiles : public Files {
   }
   bool Remove(const std::string& path) override { return files_.erase(path) == 1; }
   bool MakeDir(const std::string& path) override { return false; }
+  // The names of the files directly in a folder ("/dir" or "/dir/").
+  bool List(const std::string& path, std::vector<std::string>& names) const override {
+    const std::string prefix = path.ends_with("/") ? path : path + "/";
+    names.clear();
+    for (const auto& [name, node] : files_) {
+      if (name.rfind(prefix, 0) == 0 && name.find('/', prefix.size()) == std::string::npos) {
+        names.push_back(name.substr(prefix.size()));
+      }
+    }
+    return true;
+  }
   std::string TempPath(const std::string& path) const override { return path + ".tmp1"; }
   int64_t ClockNs() const override { return Tick(); }
   std::optional<CivilTime> LocalTime(int64_t epoch_seconds) const override {
