@@ -12,7 +12,7 @@ namespace {
 
 std::string AllSent(MailNetwork& net) {
   std::string out;
-  for (const auto& p : net.sent) out += p.bytes;
+  for (const auto& p : net.sends) out += p.bytes;
   return out;
 }
 
@@ -36,12 +36,12 @@ TEST(MailRelay, PausesHalfASecondAtTheFiveFixedPlaces) {
   b.m().EInfo = "Body";
   RelaySocket winsock1(b.ctx());
   SendEmail(b.ctx(), winsock1);
-  const auto& sent = b.net().sent;
+  const auto& sent = b.net().sends;
   ASSERT_EQ(sent.size(), 16u);
-  const int64_t t0 = sent[0].at_ms;
+  const int64_t t0 = sent[0].at;
   // Each piece and its moment after the EHLO line, in ms.
   std::vector<std::pair<std::string, int64_t>> got;
-  for (const auto& p : sent) got.push_back({p.bytes.substr(0, 12), p.at_ms - t0});
+  for (const auto& p : sent) got.push_back({p.bytes.substr(0, 12), p.at - t0});
   EXPECT_EQ(got[0].first, "EHLO 10.0.0.");
   EXPECT_EQ(got[1], std::make_pair(std::string("MAIL FROM:st"), int64_t{0}));
   EXPECT_GE(got[2].second, 500);  // RCPT after the second pause
@@ -87,7 +87,7 @@ TEST(MailRelay, AnEmptyListConnectsNothing) {
   RelaySocket winsock2(b.ctx());
   sendit(b.ctx(), winsock2);
   EXPECT_EQ(b.net().connects, 0);
-  EXPECT_TRUE(b.net().sent.empty());
+  EXPECT_TRUE(b.net().sends.empty());
   EXPECT_EQ(b.net().Answer("10.1.1.1", 25), nullptr);
 }
 
@@ -124,7 +124,7 @@ TEST(MailRelay, AServerThatCannotBeReachedMissesTheRecipientInSilence) {
   // Per recipient: the first dial, then 30 tries of 100 ms with a redial
   // (half a second each) at the 10th and the 20th.
   EXPECT_EQ(b.loop().MonotonicMs() - start, 2 * (500 + 30 * 100 + 2 * 500));
-  EXPECT_TRUE(b.net().sent.empty());
+  EXPECT_TRUE(b.net().sends.empty());
 }
 
 TEST(MailRelay, AConnectionStillPendingIsDroppedAndRedialedAtTheTenthAndTwentiethTry) {
@@ -135,7 +135,7 @@ TEST(MailRelay, AConnectionStillPendingIsDroppedAndRedialedAtTheTenthAndTwentiet
   RelaySocket winsock2(b.ctx());
   SendToAll(b.ctx(), winsock2, b.m().EmailList1, true);
   EXPECT_EQ(b.net().connects, 3);
-  EXPECT_TRUE(b.net().sent.empty());
+  EXPECT_TRUE(b.net().sends.empty());
 }
 
 TEST(MailRelay, AServerThatAnswersOnlyAfterTheRedialGetsTheMessage) {
@@ -147,9 +147,9 @@ TEST(MailRelay, AServerThatAnswersOnlyAfterTheRedialGetsTheMessage) {
   const int64_t start = b.loop().MonotonicMs();
   SendToAll(b.ctx(), winsock2, b.m().EmailList1, true);
   EXPECT_EQ(b.net().connects, 2);
-  ASSERT_FALSE(b.net().sent.empty());
+  ASSERT_FALSE(b.net().sends.empty());
   // First dial (500) and nine tries (900), the redial (500), then the message.
-  const int64_t first = b.net().sent.front().at_ms - start;
+  const int64_t first = b.net().sends.front().at - start;
   EXPECT_GE(first, 500 + 900 + 500 + 100 + 500);
   EXPECT_LT(first, 500 + 900 + 500 + 100 + 510);
   auto peer = b.net().Answer("10.1.1.1", 25);

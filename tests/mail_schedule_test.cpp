@@ -127,7 +127,7 @@ TEST_F(MailSchedule, AFailingMailStillSaysItWasSent) {
   m().SMTP = "nowhere.test";
   TickAfter(1);
   EXPECT_EQ(legacy::Left(m().Label7, 14), "Email Sent at ");
-  EXPECT_TRUE(net().sent.empty());
+  EXPECT_TRUE(net().sends.empty());
 }
 
 }  // namespace

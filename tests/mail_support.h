@@ -20,22 +20,16 @@
 
 namespace tarnex::testing {
 
-// The scripted network, with each piece sent and the moment it was sent,
-// every connection attempt counted, and the first `stalled` connection
-// attempts left pending for ever (a server that does not answer in time).
+// The scripted network, with every connection attempt counted, and the
+// first `stalled` connection attempts left pending for ever (a server that
+// does not answer in time).
 class MailNetwork : public ScriptedNetwork {
  public:
-  struct Piece {
-    int64_t at_ms;
-    std::string bytes;
-  };
-  explicit MailNetwork(EventLoop* loop = nullptr) : loop_(loop) {}
   ~MailNetwork() override {
     for (auto& [read_end, write_end] : stalled_fds_) {
       ::close(write_end);
     }
   }
-  void SetLoop(EventLoop* loop) { loop_ = loop; }
 
   int Connect(const std::string& address, int port) override {
     ++connects;
@@ -59,11 +53,6 @@ class MailNetwork : public ScriptedNetwork {
     return pair[0];
   }
   std::map<std::string, std::deque<std::unique_ptr<Peer>>> datagrams;
-  int64_t Send(int fd, const char* data, size_t size) override {
-    const int64_t n = ScriptedNetwork::Send(fd, data, size);
-    if (n > 0) sent.push_back({loop_ ? loop_->MonotonicMs() : 0, std::string(data, n)});
-    return n;
-  }
   void Close(int fd) override {
     auto it = stalled_fds_.find(fd);
     if (it != stalled_fds_.end()) {
@@ -75,19 +64,12 @@ class MailNetwork : public ScriptedNetwork {
 
   int connects = 0;
   int stalled = 0;
-  std::vector<Piece> sent;
 
  private:
-  EventLoop* loop_;
   std::map<int, int> stalled_fds_;  // read end -> write end
 };
 
-class MailMachine : public ForwardingPlatform {
- public:
-  explicit MailMachine(Platform& inner) : ForwardingPlatform(inner) { net.SetLoop(&inner.Loop()); }
-  Network& Net() override { return net; }
-  MailNetwork net;
-};
+using MailMachine = ScriptedMachine<MailNetwork>;
 
 // The simulated machine with the application on it (not started), its mail
 // server "relay.test" at 10.1.1.1 on port 25, scripted. With `real` the

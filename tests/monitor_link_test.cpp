@@ -19,28 +19,7 @@
 namespace tarnex::testing {
 namespace {
 
-// The scripted network, with the virtual time at which each send was made.
-class TimedNetwork : public ScriptedNetwork {
- public:
-  int64_t Send(int fd, const char* data, size_t size) override {
-    if (loop != nullptr) sends.push_back({fd, loop->MonotonicMs(), std::string(data, size)});
-    return ScriptedNetwork::Send(fd, data, size);
-  }
-  struct Sent {
-    int fd;
-    int64_t at;
-    std::string bytes;
-  };
-  EventLoop* loop = nullptr;
-  std::vector<Sent> sends;
-};
-
-class Machine : public ForwardingPlatform {
- public:
-  explicit Machine(Platform& inner) : ForwardingPlatform(inner) {}
-  Network& Net() override { return net; }
-  TimedNetwork net;
-};
+using Machine = ScriptedMachine<>;
 
 constexpr const char* kSettings =
     "[Server]\r\nMonitor CPU Port=41000\r\nMonitor CPU Port 2=42000\r\n"
@@ -57,7 +36,6 @@ class MonitorLink : public ::testing::Test {
     sim_ = SimPlatform::FromText(kBasicScenario, options, error);
     ASSERT_NE(sim_, nullptr) << error;
     machine_ = std::make_unique<Machine>(*sim_);
-    machine_->net.loop = &sim_->Loop();
     dir_ = MakeTempDir();
     std::filesystem::create_directories(dir_ + "/Bin");
     WriteFile(dir_ + "/Bin/Tarnex.Tnx", settings);
@@ -71,7 +49,7 @@ class MonitorLink : public ::testing::Test {
     if (!dir_.empty()) std::filesystem::remove_all(dir_);
   }
   ServerModel& m() { return app_->model(); }
-  TimedNetwork& net() { return machine_->net; }
+  ScriptedNetwork& net() { return machine_->net; }
   bool PumpUntil(const std::function<bool()>& done) {
     for (int i = 0; i < 200 && !done(); ++i) app_->loop().DoEvents();
     return done();

@@ -13,7 +13,9 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "platform/event_loop.h"
 #include "platform/forwarding_platform.h"
 #include "platform/network.h"
 
@@ -136,10 +138,24 @@ class ScriptedNetwork : public Network {
     return pair[0];
   }
   bool ConnectSucceeded(int fd) override { return true; }
-  std::string LocalAddress(int fd) override { return "10.0.0.5"; }
+  std::string LocalAddress(int fd) override { return local_address; }
   int64_t Send(int fd, const char* data, size_t size) override {
-    return Outcome(::send(fd, data, size, MSG_NOSIGNAL));
+    const int64_t n = Outcome(::send(fd, data, size, MSG_NOSIGNAL));
+    if (n > 0) sends.push_back({fd, loop ? loop->MonotonicMs() : 0, std::string(data, n)});
+    return n;
   }
+
+  // This machine's address on every connection.
+  std::string local_address = "10.0.0.5";
+  // Every piece the program sent, with its connection and, when `loop` is
+  // set, the moment on the loop's clock.
+  struct Sent {
+    int fd;
+    int64_t at;
+    std::string bytes;
+  };
+  std::vector<Sent> sends;
+  EventLoop* loop = nullptr;
   int64_t Receive(int fd, char* data, size_t size) override {
     return Outcome(::recv(fd, data, size, 0));
   }
@@ -170,13 +186,17 @@ class ScriptedNetwork : public Network {
   int next_port_ = 49152;
 };
 
-// A machine whose sockets are scripted in the test, and everything else as
-// the machine it wraps.
+// A machine whose sockets are scripted in the test (by a ScriptedNetwork or
+// one derived from it), and everything else as the machine it wraps; the
+// network times its sends on the wrapped machine's loop.
+template <typename ScriptedNet = ScriptedNetwork>
 class ScriptedMachine : public ForwardingPlatform {
  public:
-  explicit ScriptedMachine(Platform& inner) : ForwardingPlatform(inner) {}
+  explicit ScriptedMachine(Platform& inner) : ForwardingPlatform(inner) {
+    net.loop = &inner.Loop();
+  }
   Network& Net() override { return net; }
-  ScriptedNetwork net;
+  ScriptedNet net;
 };
 
 }  // namespace tarnex::testing

@@ -27,18 +27,7 @@ namespace {
 constexpr const char* kQuestion =
     "An update is available for Tarnex Server. Would you like to update Now?";
 
-// The scripted network, with this machine's address on a connection.
-class AddressedNetwork : public ScriptedNetwork {
- public:
-  std::string LocalAddress(int) override { return "192.168.1.5"; }
-};
-
-class Machine : public ForwardingPlatform {
- public:
-  explicit Machine(Platform& inner) : ForwardingPlatform(inner) {}
-  Network& Net() override { return net; }
-  AddressedNetwork net;
-};
+using Machine = ScriptedMachine<>;
 
 class UpdateCheckTest : public ::testing::Test {
  protected:
@@ -49,6 +38,7 @@ class UpdateCheckTest : public ::testing::Test {
     sim_ = SimPlatform::FromText(kBasicScenario, options, error);
     ASSERT_NE(sim_, nullptr) << error;
     machine_ = std::make_unique<Machine>(*sim_);
+    machine_->net.local_address = "192.168.1.5";
     machine_->net.Serve("updates.test", "10.0.0.9", kUpdatePort);
     dir_ = MakeTempDir();
     WriteFile(dir_ + "/Tarnex Server.exe", "the program itself");
