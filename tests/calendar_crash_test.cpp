@@ -14,26 +14,10 @@
 #include "core/profile.h"
 #include "platform/native/native_files.h"
 #include "tests/calendar_support.h"
+#include "tests/server_process.h"
 
 namespace tarnex::testing {
 namespace {
-
-pid_t SpawnServer(const std::vector<std::string>& args) {
-  const pid_t pid = fork();
-  if (pid == 0) {
-    const int null = open("/dev/null", O_WRONLY);
-    dup2(null, 1);
-    dup2(null, 2);
-    std::vector<std::string> copy = args;
-    std::string program = TARNEX_SERVER_BINARY;
-    std::vector<char*> argv = {program.data()};
-    for (auto& a : copy) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    execv(program.c_str(), argv.data());
-    _exit(127);
-  }
-  return pid;
-}
 
 // Every second adds 1,000 bytes received and 10 sent: each total on disk
 // tells how many seconds it holds, and all six must tell the same.
@@ -50,6 +34,7 @@ TEST(Reliability, KilledServerKeepsItsTotalsWholeAndGoingForward) {
   WriteFile(scenario, text);
   std::mt19937 random(2012);
   NativeFiles files;
+  const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
   double seconds = 0;
   int rounds_with_totals = 0;
   const std::string settings = app + "/Bin/Tarnex.Tnx";
@@ -59,8 +44,9 @@ TEST(Reliability, KilledServerKeepsItsTotalsWholeAndGoingForward) {
   int rounds_that_counted = 0;
   for (int round = 0; round < 100; ++round) {
     const double before = total("Daily Rec");
-    const pid_t pid = SpawnServer({"--app-path", app, "--platform", "sim", "--scenario", scenario,
-                                   "--speed", "200", "--run-for", "3600"});
+    const pid_t pid = Spawn({"--app-path", app, "--platform", "sim", "--scenario", scenario,
+                             "--speed", "200", "--run-for", "3600"},
+                            null, null);
     // One round in four is killed at any moment, start-up included; the others
     // once the run has counted a second of its own, so that every machine,
     // however slow, sees the totals carried from run to run.
@@ -94,6 +80,7 @@ TEST(Reliability, KilledServerKeepsItsTotalsWholeAndGoingForward) {
   }
   EXPECT_GE(rounds_with_totals, rounds_that_counted);
   EXPECT_GE(seconds, rounds_that_counted) << "the runs went on from each other's totals";
+  close(null);
   std::filesystem::remove_all(dir);
 }
 

@@ -3,13 +3,12 @@
 // wrong before anything starts.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
-#include "tests/test_support.h"
+#include "tests/server_process.h"
 
 namespace tarnex::testing {
 namespace {
@@ -18,10 +17,9 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 const char* const kSnapshotFiles[13] = {
-    "CPU.txt",        "System.txt",      "Memory.txt",          "Processes.txt",
-    "Hard Drive.txt", "Network BW.txt",  "Network Packets.txt", "Server.txt",
-    "SQL.txt",        "Networking.txt",  "Web Service.txt",     "Web Proxy.txt",
-    "ISA Server.txt"};
+    "CPU.txt",         "System.txt",          "Memory.txt",    "Processes.txt", "Hard Drive.txt",
+    "Network BW.txt",  "Network Packets.txt", "Server.txt",    "SQL.txt",       "Networking.txt",
+    "Web Service.txt", "Web Proxy.txt",       "ISA Server.txt"};
 
 int CountLines(const std::string& text) {
   int n = 0;
@@ -49,20 +47,12 @@ class OperatorRun : public ::testing::Test {
   // code, and the model dump in `dump`.
   int Run(const json& steps, int seconds, std::string* err = nullptr) {
     scenario_["operator"] = steps;
-    WriteFile(dir_ + "/scenario.json", scenario_.dump());
-    const std::string command = std::string(TARNEX_SERVER_BINARY) +
-                                " --platform sim --quiet --scenario '" + dir_ +
-                                "/scenario.json' --app-path '" + app_ + "' --run-for " +
-                                std::to_string(seconds) + " --dump-model '" + dir_ +
-                                "/model.json' 2>'" + dir_ + "/err'";
-    const int status = std::system(command.c_str());
-    if (err != nullptr) *err = ReadFile(dir_ + "/err");
-    if (fs::exists(dir_ + "/model.json")) dump = json::parse(ReadFile(dir_ + "/model.json"));
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    SimRun run = RunSimulated(dir_, app_, scenario_, seconds);
+    if (err != nullptr) *err = run.err;
+    dump = std::move(run.dump);
+    return run.code;
   }
-  std::string Snap(const std::string& file) {
-    return ReadFile(app_ + "/Events/SnapShot/" + file);
-  }
+  std::string Snap(const std::string& file) { return ReadFile(app_ + "/Events/SnapShot/" + file); }
 
   std::string dir_, app_;
   json scenario_;
@@ -107,14 +97,15 @@ TEST_F(OperatorRun, AFifteenMinuteRecordingReplacedByAOneMinuteOneLeavesOnlyTheN
 }
 
 TEST_F(OperatorRun, TheConsoleOpenedAndClosedKeepsItsPlace) {
-  ASSERT_EQ(Run(json::array({{{"at", "2012-11-14 10:00:10"}, {"do", "mnuservermon"}},
-                             {{"at", "2012-11-14 10:00:20"},
-                              {"form", "frmServer"},
-                              {"set", {{"Top", 4000}, {"Left", 50}}}},
-                             {{"at", "2012-11-14 10:00:30"}, {"form", "frmServer"}, {"close", true}},
-                             {{"at", "2012-11-14 10:00:40"}, {"do", "mnuservermon"}}}),
-                60),
-            0);
+  ASSERT_EQ(
+      Run(json::array({{{"at", "2012-11-14 10:00:10"}, {"do", "mnuservermon"}},
+                       {{"at", "2012-11-14 10:00:20"},
+                        {"form", "frmServer"},
+                        {"set", {{"Top", 4000}, {"Left", 50}}}},
+                       {{"at", "2012-11-14 10:00:30"}, {"form", "frmServer"}, {"close", true}},
+                       {{"at", "2012-11-14 10:00:40"}, {"do", "mnuservermon"}}}),
+          60),
+      0);
   EXPECT_EQ(ReadFile(app_ + "/Performance.dat"), "[SERVER]\r\nTop=4000\r\nLeft=50\r\n");
   EXPECT_TRUE(dump["forms"]["frmServer"]["open"]);
   EXPECT_EQ(dump["forms"]["frmServer"]["Top"], 4000);
@@ -125,11 +116,12 @@ TEST_F(OperatorRun, TheConsoleOpenedAndClosedKeepsItsPlace) {
 TEST_F(OperatorRun, TheBandwidthWindowInBothModes) {
   fs::create_directories(app_ + "/Logs");
   WriteFile(app_ + "/Logs/Monthly Bandwidth.txt", "Oct 2012\tsent 5\r\n");
-  ASSERT_EQ(Run(json::array({{{"at", "2012-11-14 10:00:10"}, {"do", "mnubw"}},
-                             {{"at", "2012-11-14 10:00:20"}, {"form", "frmBWSum"}, {"do", "Command3"}},
-                             {{"at", "2012-11-14 10:00:30"}, {"do", "mnubwm"}}}),
-                60),
-            0);
+  ASSERT_EQ(
+      Run(json::array({{{"at", "2012-11-14 10:00:10"}, {"do", "mnubw"}},
+                       {{"at", "2012-11-14 10:00:20"}, {"form", "frmBWSum"}, {"do", "Command3"}},
+                       {{"at", "2012-11-14 10:00:30"}, {"do", "mnubwm"}}}),
+          60),
+      0);
   EXPECT_EQ(dump["BWSumMode"], 2);
   EXPECT_TRUE(dump["forms"]["frmBWSum"]["open"]);
   EXPECT_EQ(dump["forms"]["frmBWSum"]["Caption"], "Monthly Bandwidth");
@@ -138,10 +130,11 @@ TEST_F(OperatorRun, TheBandwidthWindowInBothModes) {
   EXPECT_EQ(dump["forms"]["frmBWSum"]["Text1"].get<std::string>().rfind("Oct 2012\tsent 5\r\n", 0),
             0u);
 
-  ASSERT_EQ(Run(json::array({{{"at", "2012-11-14 10:00:10"}, {"do", "mnubw"}},
-                             {{"at", "2012-11-14 10:00:20"}, {"form", "frmBWSum"}, {"do", "Command2"}}}),
-                60),
-            0);
+  ASSERT_EQ(
+      Run(json::array({{{"at", "2012-11-14 10:00:10"}, {"do", "mnubw"}},
+                       {{"at", "2012-11-14 10:00:20"}, {"form", "frmBWSum"}, {"do", "Command2"}}}),
+          60),
+      0);
   EXPECT_FALSE(dump["forms"]["frmBWSum"]["open"]);
   EXPECT_EQ(dump["BWSumMode"], 1);
   EXPECT_EQ(ReadFile(app_ + "/Bin/Daily Bandwidth.txt"), dump["BandwidthText"]);
@@ -181,11 +174,11 @@ TEST_F(OperatorRun, AWrongStepIsAnErrorAtLoadWithItsPositionAndNameAndNothingRun
   EXPECT_EQ(Run(json::array({{{"at", "2012-11-14 10:00:10"}, {"press", "Command1"}}}), 60, &err),
             2);
   EXPECT_NE(err.find("operator step 1: unknown key \"press\""), std::string::npos) << err;
-  EXPECT_EQ(Run(json::array({{{"at", "2012-11-14 10:00:10"},
-                              {"form", "frmServer"},
-                              {"set", {{"Top", "high"}}}}}),
-                60, &err),
-            2);
+  EXPECT_EQ(
+      Run(json::array(
+              {{{"at", "2012-11-14 10:00:10"}, {"form", "frmServer"}, {"set", {{"Top", "high"}}}}}),
+          60, &err),
+      2);
   EXPECT_NE(err.find("operator step 1 (at 2012-11-14 10:00:10): field 'Top' of frmServer"),
             std::string::npos)
       << err;

@@ -16,6 +16,8 @@
 #include <thread>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
@@ -99,6 +101,27 @@ inline Result RunServer(const std::vector<std::string>& args, const SpawnOptions
   r.err = ReadFile(err_path);
   std::filesystem::remove_all(dir);
   return r;
+}
+
+// A whole run on the simulated machine: the scenario goes to
+// DIR/scenario.json, the program runs `seconds` of virtual time with the
+// installation folder `app`, and dumps its model to DIR/model.json.
+struct SimRun {
+  int code = -1;
+  std::string err;
+  nlohmann::json dump;  // null when no dump was written
+};
+inline SimRun RunSimulated(const std::string& dir, const std::string& app,
+                           const nlohmann::json& scenario, int seconds) {
+  const std::string scenario_path = dir + "/scenario.json", dump_path = dir + "/model.json";
+  WriteFile(scenario_path, scenario.dump());
+  std::filesystem::remove(dump_path);
+  const Result r =
+      RunServer({"--platform", "sim", "--quiet", "--scenario", scenario_path, "--app-path", app,
+                 "--run-for", std::to_string(seconds), "--dump-model", dump_path});
+  SimRun run{r.code, r.err, nullptr};
+  if (std::filesystem::exists(dump_path)) run.dump = nlohmann::json::parse(ReadFile(dump_path));
+  return run;
 }
 
 inline bool WaitFor(const std::function<bool()>& ready, int tenths) {

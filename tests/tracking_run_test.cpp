@@ -3,14 +3,13 @@
 // the counts, and a start on a new day clears the hits of the day.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
 #include "base/legacy.h"
-#include "tests/test_support.h"
+#include "tests/server_process.h"
 
 namespace tarnex::testing {
 namespace {
@@ -34,17 +33,13 @@ class TrackingRun : public ::testing::Test {
     json scenario = json::parse(kBasicScenario);
     scenario["start"] = start;
     scenario["operator"] = steps;
-    WriteFile(dir_ + "/scenario.json", scenario.dump());
-    const std::string command =
-        std::string(TARNEX_SERVER_BINARY) + " --platform sim --quiet --scenario '" + dir_ +
-        "/scenario.json' --app-path '" + app_ + "' --run-for " + std::to_string(seconds) +
-        " --dump-model '" + dir_ + "/model.json' 2>'" + dir_ + "/err'";
-    const int status = std::system(command.c_str());
-    dump = json::parse(ReadFile(dir_ + "/model.json"));
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    SimRun run = RunSimulated(dir_, app_, scenario, seconds);
+    err_ = run.err;
+    dump = std::move(run.dump);
+    return run.code;
   }
 
-  std::string dir_, app_, logs_, site_;
+  std::string dir_, app_, logs_, site_, err_;
   json dump;
 };
 
@@ -105,7 +100,7 @@ TEST_F(TrackingRun, AFirstSaveAnsweredYesBackFillsThirtyDaysAndANewDayClearsTheH
        {"answer", "yes"}},
       {{"at", "2012-11-14 10:00:20"}, {"form", "ViewStats"}, {"open", true}},
   });
-  ASSERT_EQ(Run("2012-11-14 10:00:00", steps, 30), 0) << ReadFile(dir_ + "/err");
+  ASSERT_EQ(Run("2012-11-14 10:00:00", steps, 30), 0) << err_;
 
   // Every name counted over the thirty logs, line by line, without regard to
   // case, as an independent count does it.
