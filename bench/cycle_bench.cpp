@@ -1,12 +1,9 @@
 // The cost of one sampling cycle on the simulated machine.
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
-
 #include <filesystem>
 
-#include "core/app.h"
+#include "bench_app.h"
 #include "core/commands.h"
-#include "platform/sim/sim_platform.h"
 
 namespace {
 
@@ -21,35 +18,27 @@ constexpr const char* kScenario = R"({
 // Runs the cycle with or without a recording of every figure going on (the
 // recording is kept from reaching its end so that every cycle writes a line).
 void RunCycles(benchmark::State& state, bool recording) {
-  char pattern[] = "/tmp/tarnex-bench-XXXXXX";
-  const std::string dir = mkdtemp(pattern);
-  tarnex::SimOptions options;
-  options.quiet = true;
-  std::string error;
-  auto sim = tarnex::SimPlatform::FromText(kScenario, options, error);
-  {
-    tarnex::App app(*sim, dir);
-    app.FormLoad();
-    auto& m = app.model();
-    sim->Counters().AddCounter(m.PerfQuery, "\\Processor(_Total)\\% Processor Time", m.hCPUUsage);
-    sim->Counters().AddCounter(m.PerfQuery, "\\\\SRV1\\Memory\\Available Bytes", m.hMemAvailable);
-    sim->Counters().AddCounter(m.PerfQuery, "\\\\SRV1\\LogicalDisk(C:)\\% Idle Time", m.hDiskIdle);
-    if (recording && !app.commands().Do("", "mnulogall15").empty()) {
-      state.SkipWithError("the recording did not start");
-      return;
-    }
-    for (auto _ : state) {
-      app.Timer1();
-      if (recording) m.LogAllElapsed = 0;
-    }
-    if (recording) {
-      double bytes = 0;
-      for (const auto& file : std::filesystem::directory_iterator(dir + "/Events/SnapShot"))
-        bytes += static_cast<double>(file.file_size());
-      state.counters["bytes_per_cycle"] = bytes / static_cast<double>(state.iterations());
-    }
+  BenchApp bench(kScenario);
+  auto& app = bench.app();
+  auto& m = app.model();
+  auto& counters = bench.sim().Counters();
+  counters.AddCounter(m.PerfQuery, "\\Processor(_Total)\\% Processor Time", m.hCPUUsage);
+  counters.AddCounter(m.PerfQuery, "\\\\SRV1\\Memory\\Available Bytes", m.hMemAvailable);
+  counters.AddCounter(m.PerfQuery, "\\\\SRV1\\LogicalDisk(C:)\\% Idle Time", m.hDiskIdle);
+  if (recording && !app.commands().Do("", "mnulogall15").empty()) {
+    state.SkipWithError("the recording did not start");
+    return;
   }
-  std::filesystem::remove_all(dir);
+  for (auto _ : state) {
+    app.Timer1();
+    if (recording) m.LogAllElapsed = 0;
+  }
+  if (recording) {
+    double bytes = 0;
+    for (const auto& file : std::filesystem::directory_iterator(bench.dir() + "/Events/SnapShot"))
+      bytes += static_cast<double>(file.file_size());
+    state.counters["bytes_per_cycle"] = bytes / static_cast<double>(state.iterations());
+  }
 }
 
 void BM_Timer1Cycle(benchmark::State& state) {

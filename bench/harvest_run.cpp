@@ -4,15 +4,10 @@
 //
 //   tarnex-harvest-run harvest FOLDER NAME...   counts FOLDER/ex121114.log
 //   tarnex-harvest-run backfill FOLDER NAME...  counts every older log of FOLDER
-#include <stdlib.h>
-
 #include <chrono>
-#include <filesystem>
 #include <iostream>
 
-#include "core/app.h"
-#include "core/commands.h"
-#include "platform/sim/sim_platform.h"
+#include "bench_app.h"
 #include "tracking/harvest.h"
 #include "tracking/setup.h"
 #include "tracking/tracking_day.h"
@@ -24,46 +19,28 @@ int main(int argc, char** argv) {
   }
   const std::string mode = argv[1], folder = argv[2];
   std::vector<std::string> names(argv + 3, argv + argc);
-  char pattern[] = "/tmp/tarnex-harvest-XXXXXX";
-  const std::string dir = mkdtemp(pattern);
-  tarnex::SimOptions options;
-  options.quiet = true;
-  std::string error;
-  auto sim = tarnex::SimPlatform::FromText(
-      R"({"start": "2012-11-14 10:00:00", "env": {"WinDIR": "C:\\Windows"}})", options, error);
-  if (!sim) {
-    std::cerr << error << "\n";
-    return 1;
+  BenchApp bench(R"({"start": "2012-11-14 10:00:00", "env": {"WinDIR": "C:\\Windows"}})");
+  auto& ctx = bench.app().ctx();
+  auto& m = bench.app().model();
+  const auto begin = std::chrono::steady_clock::now();
+  if (mode == "harvest") {
+    m.DataPath1 = folder;
+    m.DataLog1 = names;
+    tarnex::Harvest(ctx, 1);
+  } else if (mode == "backfill") {
+    m.TrackText[0] = folder;
+    m.TrackList1 = names;
+    tarnex::BackFill(ctx, 1);
+  } else {
+    std::cerr << "unknown mode '" << mode << "'\n";
+    return 2;
   }
-  int status = 0;
-  {
-    tarnex::App app(*sim, dir);
-    app.FormLoad();
-    auto& ctx = app.ctx();
-    auto& m = app.model();
-    const auto begin = std::chrono::steady_clock::now();
-    if (mode == "harvest") {
-      m.DataPath1 = folder;
-      m.DataLog1 = names;
-      tarnex::Harvest(ctx, 1);
-    } else if (mode == "backfill") {
-      m.TrackText[0] = folder;
-      m.TrackList1 = names;
-      tarnex::BackFill(ctx, 1);
-    } else {
-      std::cerr << "unknown mode '" << mode << "'\n";
-      status = 2;
-    }
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    if (status == 0) {
-      std::cout << "seconds " << seconds << "\n";
-      for (const std::string& name : names) {
-        const std::string hits = ctx.INIRead(tarnex::TrackFile(1), name, "Hits");
-        std::cout << "hits " << name << " " << (hits.empty() ? "0" : hits) << "\n";
-      }
-    }
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  std::cout << "seconds " << seconds << "\n";
+  for (const std::string& name : names) {
+    const std::string hits = ctx.INIRead(tarnex::TrackFile(1), name, "Hits");
+    std::cout << "hits " << name << " " << (hits.empty() ? "0" : hits) << "\n";
   }
-  std::filesystem::remove_all(dir);
-  return status;
+  return 0;
 }

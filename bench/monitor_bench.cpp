@@ -4,15 +4,12 @@
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <netinet/in.h>
-#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <vector>
 
-#include "core/app.h"
-#include "platform/sim/sim_platform.h"
+#include "bench_app.h"
 
 namespace {
 
@@ -43,45 +40,36 @@ void Drain(int fd) {
 
 void BM_CycleWithMonitors(benchmark::State& state) {
   const int monitors = static_cast<int>(state.range(0));
-  char pattern[] = "/tmp/tarnex-bench-XXXXXX";
-  const std::string dir = mkdtemp(pattern);
-  tarnex::SimOptions options;
-  options.quiet = true;
-  std::string error;
-  auto sim = tarnex::SimPlatform::FromText(kScenario, options, error);
-  {
-    // The slots of port "0" listen, after start-up's cycle, on ports the
-    // system picked.
-    tarnex::App app(*sim, dir);
-    app.FormLoad();
-    std::vector<int> fds;
-    for (int i = 0; i < monitors; ++i) {
-      const int fd = Dial(app.Listener(i).BoundPort());
-      if (fd >= 0) fds.push_back(fd);
-    }
-    for (int turn = 0; turn < 100; ++turn) {
-      bool all = true;
-      for (int i = 0; i < monitors; ++i) {
-        all = all && app.Listener(i).state() == tarnex::Winsock::kConnected;
-      }
-      if (all) break;
-      app.loop().DoEvents();
-    }
-    int connected = 0;
-    for (int i = 0; i < 5; ++i) {
-      connected += app.Listener(i).state() == tarnex::Winsock::kConnected ? 1 : 0;
-    }
-    for (auto _ : state) {
-      app.Timer1();
-      state.PauseTiming();
-      for (int fd : fds) Drain(fd);
-      state.ResumeTiming();
-    }
-    state.counters["connected"] = connected;
-    state.counters["frame_bytes"] = static_cast<double>(app.model().StatusFrame.size());
-    for (int fd : fds) close(fd);
+  // The slots of port "0" listen, after start-up's cycle, on ports the
+  // system picked.
+  BenchApp bench(kScenario);
+  auto& app = bench.app();
+  std::vector<int> fds;
+  for (int i = 0; i < monitors; ++i) {
+    const int fd = Dial(app.Listener(i).BoundPort());
+    if (fd >= 0) fds.push_back(fd);
   }
-  std::filesystem::remove_all(dir);
+  for (int turn = 0; turn < 100; ++turn) {
+    bool all = true;
+    for (int i = 0; i < monitors; ++i) {
+      all = all && app.Listener(i).state() == tarnex::Winsock::kConnected;
+    }
+    if (all) break;
+    app.loop().DoEvents();
+  }
+  int connected = 0;
+  for (int i = 0; i < 5; ++i) {
+    connected += app.Listener(i).state() == tarnex::Winsock::kConnected ? 1 : 0;
+  }
+  for (auto _ : state) {
+    app.Timer1();
+    state.PauseTiming();
+    for (int fd : fds) Drain(fd);
+    state.ResumeTiming();
+  }
+  state.counters["connected"] = connected;
+  state.counters["frame_bytes"] = static_cast<double>(app.model().StatusFrame.size());
+  for (int fd : fds) close(fd);
 }
 BENCHMARK(BM_CycleWithMonitors)->Arg(0)->Arg(5)->MeasureProcessCPUTime()->UseRealTime();
 
