@@ -17,4 +17,14 @@ std::vector<std::string> ReadListFile(Context& ctx, const std::string& name, boo
   return legacy::Split(ReadTextFile(ctx, name, create), "\r\n");
 }
 
+std::vector<std::string> ListEntries(Context& ctx, const std::string& name, bool create,
+                                     bool trim) {
+  std::vector<std::string> entries;
+  for (const std::string& line : ReadListFile(ctx, name, create)) {
+    std::string entry = trim ? legacy::Trim(line) : line;
+    if (!entry.empty()) entries.push_back(std::move(entry));
+  }
+  return entries;
+}
+
 }  // namespace tarnex

@@ -14,6 +14,10 @@ namespace tarnex {
 // file is made, empty, as opening it for reading with the create flag does.
 std::vector<std::string> ReadListFile(Context& ctx, const std::string& name, bool create);
 
+// The entries of such a file: the lines that are not empty, each trimmed of
+// its outer blanks first with `trim`, kept as they stand without.
+std::vector<std::string> ListEntries(Context& ctx, const std::string& name, bool create, bool trim);
+
 // The whole text of such a file ("" when it cannot be read), made empty when
 // missing with `create`.
 std::string ReadTextFile(Context& ctx, const std::string& name, bool create);

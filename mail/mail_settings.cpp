@@ -13,12 +13,7 @@ void LoadMailSettings(Context& ctx) {
   m.SMTP = ctx.INIRead(Context::kSettingsFile, S, "smtp");
   m.SMTPPort = ctx.INIRead(Context::kSettingsFile, S, "SMTP Port");
   if (m.SMTPPort.empty()) m.SMTPPort = "25";
-  m.EmailList1.clear();
-  for (const std::string& line : ReadListFile(ctx, "\\Bin\\Emailto.txt", true)) {
-    if (const std::string entry = legacy::Trim(line); !entry.empty()) {
-      m.EmailList1.push_back(entry);
-    }
-  }
+  m.EmailList1 = ListEntries(ctx, "\\Bin\\Emailto.txt", true, true);
   m.EBody = ReadTextFile(ctx, "\\Bin\\EmailBody.txt", true);
   ReadFlag(ctx.INIRead(Context::kSettingsFile, S, "Auto"), m.autosend);
   const char* include_keys[6] = {"History", "PCInfo", "Performance", "Process", "Error", "Opersys"};

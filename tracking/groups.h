@@ -5,6 +5,7 @@
 #include <array>
 #include <string>
 
+#include "core/lists.h"
 #include "core/model.h"
 
 namespace tarnex {
@@ -28,6 +29,11 @@ inline const TrackingGroup& GroupOf(int group) {
 // The group's list of names, "\Files\TData<N>.dat".
 inline std::string NamesFile(int group) {
   return "\\Files\\TData" + std::to_string(group) + ".dat";
+}
+
+// The names of that file: its empty lines passed over, the others as they stand.
+inline TextList TrackedNames(Context& ctx, int group) {
+  return ListEntries(ctx, NamesFile(group), false, false);
 }
 
 }  // namespace tarnex

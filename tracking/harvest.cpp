@@ -1,5 +1,7 @@
 #include "tracking/harvest.h"
 
+#include <utility>
+
 #include "base/legacy.h"
 #include "core/lists.h"
 #include "tracking/groups.h"
@@ -38,11 +40,11 @@ void Harvest(Context& ctx, int group) {
   // 4. The text from the reading point on.
   double& log_len = m.*g.log_len;
   const int64_t from = legacy::CLng(log_len);
-  const std::string fresh = legacy::Mid(text, from + 1, static_cast<int64_t>(text.size()) - from);
+  std::string fresh = legacy::Mid(text, from + 1, static_cast<int64_t>(text.size()) - from);
   // 5. to 9.
   m.DataLBuff.clear();
   if (fresh.size() > 5) {
-    m.DataLBuff = fresh;
+    m.DataLBuff = std::move(fresh);
     const LogLines lines(m.DataLBuff);
     // Only the lines of this year move the reading point, by their length
     // without the line end.
@@ -61,8 +63,7 @@ void WriteTrackReport(Context& ctx, int group) {
   const std::string file = TrackFile(group);
   double hits = 0, today = 0, size = 0;
   std::string report;
-  for (const std::string& name : ReadListFile(ctx, NamesFile(group), false)) {
-    if (name.empty()) continue;
+  for (const std::string& name : TrackedNames(ctx, group)) {
     const std::string h = ctx.INIRead(file, name, "Hits"), t = ctx.INIRead(file, name, "HitsToday"),
                       s = ctx.INIRead(file, name, "Size"), d = ctx.INIRead(file, name, "LastDate");
     hits += Val(h);

@@ -44,11 +44,7 @@ void OpenTrackingDialog(Context& ctx) {
   m.TrackDialogOpen = 1;
   m.TrackCheck1 = m.TrackEnabled;
   for (int n = 1; n <= 4; ++n) {
-    TextList& list = ListOf(m, n);
-    list.clear();
-    for (const std::string& name : ReadListFile(ctx, NamesFile(n), false)) {
-      if (!name.empty()) list.push_back(name);
-    }
+    ListOf(m, n) = TrackedNames(ctx, n);
     TextOf(m, n) = m.*GroupOf(n).path;
   }
   TextOf(m, 5) = m.WebSite;
@@ -186,16 +182,11 @@ void ShowFiles(Context& ctx, const std::string& folder) {
   std::vector<std::string> entries;
   if (path.empty() || !ctx.fs().List(path, entries)) return;
   std::sort(entries.begin(), entries.end());
-  // Sub-folders are noted and never entered.
-  std::vector<std::string> sub_folders;
+  // Sub-folders are never entered.
   for (const std::string& entry : entries) {
     if (entry == "." || entry == "..") continue;
     FileInfo info;
-    if (!ctx.fs().Stat(path + entry, info)) continue;
-    if (info.folder) {
-      sub_folders.push_back(entry);
-      continue;
-    }
+    if (!ctx.fs().Stat(path + entry, info) || info.folder) continue;
     const std::string lower = LCase(entry);
     if (legacy::Right(lower, 3) == "log" && lower != today) m.TrackList5.push_back(entry);
   }

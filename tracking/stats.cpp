@@ -28,14 +28,6 @@ Figures ReadFigures(Context& ctx, int group, const std::string& name) {
           ctx.INIRead(file, name, "Size"), ctx.INIRead(file, name, "LastDate")};
 }
 
-std::vector<std::string> NamesOf(Context& ctx, int group) {
-  std::vector<std::string> names;
-  for (const std::string& name : ReadListFile(ctx, NamesFile(group), false)) {
-    if (!name.empty()) names.push_back(name);
-  }
-  return names;
-}
-
 std::string Zero(const std::string& text) {
   return text.empty() ? "0" : text;
 }
@@ -53,7 +45,7 @@ std::string StatsPage(Context& ctx) {
   std::vector<Row> grid = {{"Page/File Name", "Total Hits/Downloads", "Hits/Downloads Yesterday",
                             "Size", "Last Accessed"}};
   for (const int group : {2, 3, 1}) {
-    for (const std::string& name : NamesOf(ctx, group)) {
+    for (const std::string& name : TrackedNames(ctx, group)) {
       const Figures f = ReadFigures(ctx, group, name);
       grid.push_back({name, Format(Val(Zero(f.hits)), "#,###"), Zero(f.today),
                       Format(Val(Zero(f.size)), "#,###") + " Bytes", f.last});
@@ -108,7 +100,7 @@ void LoadIt(Context& ctx) {
   m.StatsRows.clear();
   m.StatsHits = m.StatsToday = m.StatsSize = 0;
   for (int group = 1; group <= 4; ++group) {
-    for (const std::string& name : NamesOf(ctx, group)) {
+    for (const std::string& name : TrackedNames(ctx, group)) {
       const Figures f = ReadFigures(ctx, group, name);
       m.StatsHits += Val(f.hits);
       m.StatsToday += Val(f.today);

@@ -33,11 +33,7 @@ void LoadTracking(Context& ctx) {
     // Group 4 keeps its folder and its reading point under other keys.
     m.*g.path = n < 4 ? ctx.INIRead(Context::kSettingsFile, "Track", "DataPath" + std::to_string(n))
                       : ctx.INIRead("\\Events\\Tracked\\Track.dat", "TData", "DataPath4");
-    TextList& names = m.*g.names;
-    names.clear();
-    for (const std::string& line : ReadListFile(ctx, NamesFile(n), false)) {
-      if (!line.empty()) names.push_back(line);
-    }
+    m.*g.names = TrackedNames(ctx, n);
     m.*g.log_len = Val(ctx.INIRead(TrackFile(n), n < 4 ? "TData" : "Data", "LogLen"));
   }
 }
