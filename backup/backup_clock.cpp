@@ -1,5 +1,6 @@
 #include "backup/backup_clock.h"
 
+#include "backup/backup_settings.h"
 #include "base/legacy.h"
 #include "mail/summary.h"
 
@@ -8,14 +9,6 @@ namespace tarnex {
 using legacy::FormatDate;
 
 namespace {
-
-std::string Clock(Context& ctx) {
-  return FormatDate(ctx.Now(), "hh:mm:ssampm");
-}
-
-bool Running(Context& ctx) {
-  return ctx.platform().FindProcessByPath(ctx.Path("\\TarnexSBackup.exe")) != 0;
-}
 
 bool InSendingPause(const ServerModel& m) {
   const std::string& t = m.ClockNow;
@@ -61,20 +54,18 @@ void BackupTick(Context& ctx) {
   }
   // 4. and 5. A run is watched every five seconds until it is gone.
   if (m.BackupState == 1 || m.BackupState == 2) {
-    if (Running(ctx)) {
+    if (ctx.platform().FindProcessByPath(BackupCompanionPath(ctx)) != 0) {
       m.Label20 = "Back-up In Progress";
       ctx.Wait(5000);
       return;
     }
     m.BackupState = 0;
-    m.Label20 = "Last BU Complete: " + Clock(ctx);
+    m.Label20 = "Last BU Complete: " + BackupTime(ctx);
   }
   // 6. The daily full back-up.
   if (m.CloseCHK == 1 && m.ClockNow == m.CRTime) {
-    m.BackupState = 2;
     m.BackupCount = 0;
-    m.Label20 = "Last BU Started: " + Clock(ctx);
-    ctx.platform().ShellOpen(ctx.Path("\\TarnexSBackup.exe"), "-F", m.AppPath);
+    StartBackup(ctx, 2, "Last BU Started: ");
     return;
   }
   // 7. The count stands still while the back-ups are being sent.
@@ -85,9 +76,7 @@ void BackupTick(Context& ctx) {
   if (m.BackupCount < m.BackupInterval) return;
   // 10.
   m.BackupCount = 0;
-  m.Label20 = "Last BU Started: " + Clock(ctx);
-  m.BackupState = 1;
-  ctx.platform().ShellOpen(ctx.Path("\\TarnexSBackup.exe"), "-S", m.AppPath);
+  StartBackup(ctx, 1, "Last BU Started: ");
 }
 
 }  // namespace tarnex

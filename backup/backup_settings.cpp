@@ -9,17 +9,6 @@ namespace {
 
 constexpr const char* kSettings = Context::kSettingsFile;
 
-// The entries of a list file: with `trim`, each line trimmed; empty ones left
-// out either way.
-TextList ListEntries(Context& ctx, const char* name, bool create, bool trim) {
-  TextList entries;
-  for (const std::string& line : ReadListFile(ctx, name, create)) {
-    const std::string entry = trim ? legacy::Trim(line) : line;
-    if (!entry.empty()) entries.push_back(entry);
-  }
-  return entries;
-}
-
 }  // namespace
 
 void LoadBackupSettings(Context& ctx) {
@@ -72,27 +61,28 @@ void LoadCloseOnBackup(Context& ctx) {
   ctx.model().BUClosed2 = ListEntries(ctx, "\\Files\\CloseOnBU.txt", true, false);
 }
 
-namespace {
-
-void StartBackupCompanion(Context& ctx, const char* parameters) {
-  ctx.platform().ShellOpen(ctx.Path("\\TarnexSBackup.exe"), parameters, ctx.model().AppPath);
+std::string BackupTime(Context& ctx) {
+  return legacy::FormatDate(ctx.Now(), "hh:mm:ssampm");
 }
 
-}  // namespace
+void StartBackup(Context& ctx, int32_t state, const std::string& label) {
+  auto& m = ctx.model();
+  m.BackupState = state;
+  m.Label20 = label + BackupTime(ctx);
+  ctx.platform().ShellOpen(BackupCompanionPath(ctx), state == 2 ? "-F" : "-S", m.AppPath);
+}
 
 void menuBU(Context& ctx) {
-  auto& m = ctx.model();
-  m.Label20 = "Manual BU Started: " + legacy::FormatDate(ctx.Now(), "hh:mm:ssampm");
-  m.BackupState = 1;
-  StartBackupCompanion(ctx, "-S");
+  StartBackup(ctx, 1, "Manual BU Started: ");
 }
 
 void menuFullBU(Context& ctx) {
-  auto& m = ctx.model();
-  m.BackupState = 2;
-  m.Label20 = "Last BU Started: " + legacy::FormatDate(ctx.Now(), "hh:mm:ssampm");
-  StartBackupCompanion(ctx, "-F");
+  StartBackup(ctx, 2, "Last BU Started: ");
   ctx.Wait(5000);
+}
+
+std::string BackupCompanionPath(Context& ctx) {
+  return ctx.Path("\\TarnexSBackup.exe");
 }
 
 std::string CompanionPath(Context& ctx) {

@@ -21,11 +21,19 @@ void LoadClosePrograms(Context& ctx);
 // Step 27, its last part: "\Files\CloseOnBU.txt", untrimmed, no comments.
 void LoadCloseOnBackup(Context& ctx);
 
+// The time as the back-up status lines show it ("hh:mm:ssAM").
+std::string BackupTime(Context& ctx);
+// Starts the back-up companion: a file back-up ("-S") as state 1, a full one
+// ("-F") as state 2, with `label` and the time in Label20.
+void StartBackup(Context& ctx, int32_t state, const std::string& label);
+
 // The menu's "Back-up NOW": a file back-up ("-S") or a full one ("-F", then
 // five seconds for the companion to appear), whatever runs already.
 void menuBU(Context& ctx);
 void menuFullBU(Context& ctx);
 
+// AppPath & "\TarnexSBackup.exe", the back-up companion.
+std::string BackupCompanionPath(Context& ctx);
 // AppPath & "\SendBU.exe".
 std::string CompanionPath(Context& ctx);
 // Starts the sending companion when sending is on and it does not run.
