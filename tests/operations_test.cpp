@@ -117,8 +117,11 @@ TEST_F(Operations, CheckNamesWhatIsWrongInAStep) {
 
 TEST_F(Operations, AStepOpensSetsInvokesAndClosesInThatOrder) {
   Start();
-  EXPECT_EQ(c().Run(json{{"form", "frmServer"}, {"open", true}, {"set", {{"Top", 700}}},
-                         {"do", "mnuhide"}, {"close", true}}),
+  EXPECT_EQ(c().Run(json{{"form", "frmServer"},
+                         {"open", true},
+                         {"set", {{"Top", 700}}},
+                         {"do", "mnuhide"},
+                         {"close", true}}),
             "");
   EXPECT_FALSE(c().IsOpen("frmServer"));
   EXPECT_EQ(s_.File("Performance.dat"), "[SERVER]\r\nTop=700\r\nLeft=2600\r\n");
@@ -233,8 +236,14 @@ TEST_F(Operations, BackupNowStandardSetsItsTextAndStateAndStartsTheCompanion) {
 TEST_F(Operations, BackupNowFullStartsTheCompanionAndWaitsFiveSeconds) {
   Start();
   const int64_t before = s_.loop().MonotonicMs();
+  // The line as the wait begins, before the back-up clock's next tick.
+  std::string first_line;
+  s_.loop().AddBeforeSleep([&] {
+    if (first_line.empty()) first_line = m().Label20;
+  });
   ASSERT_EQ(c().Do("", "menuFullBU"), "");
   EXPECT_EQ(m().BackupState, 2);
+  EXPECT_EQ(first_line.rfind("Last BU Started: 10:00:0", 0), 0u) << first_line;
   // Within the five seconds the back-up clock found the companion running.
   EXPECT_EQ(m().Label20, "Back-up In Progress");
   EXPECT_EQ(s_.sim().started.back(), s_.dir() + "\\TarnexSBackup.exe|-F|" + s_.dir());
@@ -331,8 +340,7 @@ TEST_F(Operations, WithNoServerCountersEveryRowShowsZero) {
     EXPECT_EQ(m().LeftVal[static_cast<size_t>(row)], row <= 2 ? "0 Kbps" : "0") << row;
   }
   for (int row = 17; row < 33; ++row) {
-    EXPECT_EQ(m().RightVal[static_cast<size_t>(row - 17)],
-              row == 21 || row == 22 ? "0 sec" : "0")
+    EXPECT_EQ(m().RightVal[static_cast<size_t>(row - 17)], row == 21 || row == 22 ? "0 sec" : "0")
         << row;
   }
 }

@@ -24,6 +24,45 @@ TEST(Scenario, BadStartTimeIsAnError) {
   EXPECT_NE(error.find("start"), std::string::npos);
 }
 
+TEST(Scenario, AProgramsRunTimeAndWindowAreCheckedAndNamed) {
+  std::string error;
+  for (const char* bad :
+       {R"("programs": [])", R"("programs": {"a.exe": 5})",
+        R"("programs": {"a.exe": {"runs_for": -1}})",
+        R"("programs": {"a.exe": {"runs_for": "soon"}})", R"("programs": {"a.exe": {"window": 1}})",
+        R"("programs": {"a.exe": {"ends": 1}})"}) {
+    error.clear();
+    EXPECT_EQ(Load(std::string(R"({"start": "2012-11-14 10:00:00", )") + bad + "}", error), nullptr)
+        << bad;
+    EXPECT_NE(error.find("program"), std::string::npos) << bad << ": " << error;
+  }
+}
+
+TEST(Scenario, AProgramRunsForItsTimeAndOneWithoutAWindowIsNeverFound) {
+  std::string error;
+  auto sim = Load(R"({"start": "2012-11-14 10:00:00", "programs": {
+      "C:\\Apps\\short.exe": {"runs_for": 10}, "hidden.exe": {"window": false}}})",
+                  error);
+  ASSERT_NE(sim, nullptr) << error;
+  ASSERT_TRUE(sim->ShellOpen("C:\\Apps\\SHORT.exe", "", "C:\\Apps"));
+  ASSERT_TRUE(sim->ShellOpen("D:\\x\\hidden.exe", "", "D:\\x"));
+  ASSERT_TRUE(sim->ShellOpen("D:\\x\\plain.exe", "", "D:\\x"));
+  const int64_t short_run = sim->FindProcessByPath("c:\\apps\\short.exe");
+  EXPECT_NE(short_run, 0);
+  EXPECT_EQ(sim->FindProcessByPath("D:\\x\\hidden.exe"), 0);
+  EXPECT_EQ(sim->EnumProcesses().size(), 3u);
+  sim->Loop().Wait(9000);
+  EXPECT_EQ(sim->FindProcessByPath("C:\\Apps\\short.exe"), short_run);
+  sim->Loop().Wait(1000);
+  EXPECT_EQ(sim->FindProcessByPath("C:\\Apps\\short.exe"), 0);
+  EXPECT_EQ(sim->EnumProcesses().size(), 2u);
+  // A program the scenario does not name runs until it is asked to close.
+  const int64_t plain = sim->FindProcessByPath("D:\\x\\plain.exe");
+  ASSERT_NE(plain, 0);
+  EXPECT_TRUE(sim->CloseProcessWindow(plain));
+  EXPECT_EQ(sim->FindProcessByPath("D:\\x\\plain.exe"), 0);
+}
+
 TEST(Scenario, MalformedJsonIsAnError) {
   std::string error;
   EXPECT_EQ(Load("{", error), nullptr);
