@@ -21,19 +21,7 @@ fi
 work=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
 
-/usr/bin/python3 - "$seconds" <<'PY' &
-import socket, sys, threading, time
-seconds = float(sys.argv[1]) + 5
-server = socket.socket(); server.bind(("127.0.0.1", 0)); server.listen(1)
-def drain():
-    conn, _ = server.accept()
-    while conn.recv(65536): pass
-threading.Thread(target=drain, daemon=True).start()
-client = socket.create_connection(server.getsockname())
-end = time.monotonic() + seconds
-while time.monotonic() < end:
-    client.sendall(b"x" * 100000); time.sleep(0.1)
-PY
+/usr/bin/python3 bench/loopback_traffic.py $((seconds + 5)) 1000000 &
 "$server" --app-path "$work/app" --interfaces lo --run-for $((seconds + 5)) 2> "$work/server.err" &
 server_pid=$!
 "$sadc" -S ALL 1 $((seconds + 5)) "$work/sa" &

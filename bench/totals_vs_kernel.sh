@@ -24,21 +24,7 @@ total() {  # a key of section Bandwidth, as the settings file holds it now
 "$server" --app-path "$work/app" --interfaces "$interface" --run-for $((seconds + 10)) \
   2> "$work/server.err" &
 # A sender and a receiver on the loopback, at about `rate` bytes a second.
-/usr/bin/python3 - "$seconds" "$rate" <<'PY' &
-import socket, sys, threading, time
-seconds, rate = float(sys.argv[1]) + 5, int(sys.argv[2])
-server = socket.socket(); server.bind(("127.0.0.1", 0)); server.listen(1)
-def drain():
-    conn, _ = server.accept()
-    while conn.recv(65536): pass
-threading.Thread(target=drain, daemon=True).start()
-client = socket.create_connection(server.getsockname())
-chunk = b"x" * (rate // 10)
-end = time.monotonic() + seconds
-while time.monotonic() < end:
-    client.sendall(chunk); time.sleep(0.1)
-client.close()
-PY
+/usr/bin/python3 bench/loopback_traffic.py $((seconds + 5)) "$rate" &
 sleep 4
 rx0=$(stat_bytes rx_bytes); tx0=$(stat_bytes tx_bytes)
 rec0=$(total "Daily Rec"); sent0=$(total "Daily Sent"); t0=$(date +%s.%N)
