@@ -42,6 +42,18 @@ std::string WithoutLastLineEnd(const std::string& text) {
              : text;
 }
 
+// The two messages of the report, one to each recipient in list order, as
+// the mail server kept them.
+void ExpectTheReportToBoth(const std::vector<SmtpSink::Message>& messages,
+                           const std::string& subject, const std::string& body) {
+  const char* to[2] = {"first@example.org", "second@example.org"};
+  for (size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(messages[i].from, "station@example.org");
+    EXPECT_EQ(messages[i].to, std::vector<std::string>{to[i]});
+    EXPECT_EQ(messages[i].data, KeptData("station@example.org", "station", to[i], subject, body));
+  }
+}
+
 TEST(MailRealServer, TheReportReachesARealMailServerByteForByteInListOrder) {
   SmtpSink sink;
   ASSERT_GT(sink.port(), 0) << "the mail server did not start";
@@ -56,13 +68,7 @@ TEST(MailRealServer, TheReportReachesARealMailServerByteForByteInListOrder) {
   ASSERT_EQ(messages.size(), 2u);
   const std::string body = WithoutLastLineEnd(ReadFile(b.dir() + "/Bin/ESummary.txt"));
   ASSERT_NE(body.find("System Information As of "), std::string::npos);
-  const char* to[2] = {"first@example.org", "second@example.org"};
-  for (size_t i = 0; i < 2; ++i) {
-    EXPECT_EQ(messages[i].from, "station@example.org");
-    EXPECT_EQ(messages[i].to, std::vector<std::string>{to[i]});
-    EXPECT_EQ(messages[i].data,
-              KeptData("station@example.org", "station", to[i], "Daily report", body));
-  }
+  ExpectTheReportToBoth(messages, "Daily report", body);
 }
 
 TEST(MailRealServer, AServerThatIsNotListeningMissesTheRecipientAndNothingIsReported) {
@@ -195,13 +201,7 @@ TEST_F(MailRun, TheDailyReportLeavesAtTheLastMinuteToEveryRecipient) {
   ASSERT_EQ(messages.size(), 2u);
   const std::string body = WithoutLastLineEnd(ReadFile(dir_ + "/app/Bin/ESummary.txt"));
   EXPECT_EQ(body.rfind("System Information As of 23:59:", 0), 0u) << body.substr(0, 60);
-  const char* to[2] = {"first@example.org", "second@example.org"};
-  for (size_t i = 0; i < 2; ++i) {
-    EXPECT_EQ(messages[i].from, "station@example.org");
-    EXPECT_EQ(messages[i].to, std::vector<std::string>{to[i]});
-    EXPECT_EQ(messages[i].data,
-              KeptData("station@example.org", "station", to[i], "Night report", body));
-  }
+  ExpectTheReportToBoth(messages, "Night report", body);
 }
 
 TEST_F(MailRun, SendNowFromTheOperatorsTimelineSendsTheMessageWithTheSummary) {
