@@ -506,8 +506,15 @@ TEST_F(Tracking, AutoRefreshCountsDownAndLoadsAgainAfterAMinute) {
   s_.loop().Wait(5000);
   EXPECT_EQ(m().StatsLabel1, "0");
   ASSERT_EQ(c().Do("ViewStats", "Refresh Now"), "");
+  // Closing the window stops its countdown and unticks the box.
+  ASSERT_EQ(c().Do("ViewStats", "Auto Refresh"), "");
+  s_.loop().Wait(2000);
+  EXPECT_EQ(m().StatsLabel1, "58");
   ASSERT_EQ(c().Close("ViewStats"), "");
   EXPECT_FALSE(c().IsOpen("ViewStats"));
+  EXPECT_EQ(m().StatsAutoRefresh, 0);
+  s_.loop().Wait(5000);
+  EXPECT_EQ(m().StatsLabel1, "58");
 }
 
 TEST_F(Tracking, TheMainWindowsMenuOpensTheSetUp) {
