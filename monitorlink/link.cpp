@@ -260,12 +260,10 @@ void KeepListening(Context& ctx, Listeners& listeners) {
     Winsock& l = listeners[i];
     const Winsock::State state = l.state();
     if (state == Winsock::kConnected || state == Winsock::kListening) continue;
-    // The half second lets a socket that is closing or failed finish; a slot
-    // that is closed already (never opened, or its port was in use) listens
-    // again at once, so that start-up's own cycle does not stand still for
-    // the slots of port 0.
+    // The half second is waited for a slot that was never opened too, so
+    // start-up's own cycle stands still for it.
     l.Close();
-    if (state != Winsock::kClosed) ctx.Wait(500);
+    ctx.Wait(500);
     l.Listen();
   }
 }

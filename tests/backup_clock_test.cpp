@@ -53,7 +53,8 @@ class BackupClock : public ::testing::Test {
   void Start(const std::string& scenario, const std::string& freq) {
     s_ = std::make_unique<SimApp>(scenario);
     std::filesystem::create_directories(s_->dir() + "/Bin");
-    WriteFile(s_->dir() + "/Bin/Tarnex.Tnx", "[Server]\r\nBU Freq=" + freq + "\r\n");
+    WriteFile(s_->dir() + "/Bin/Tarnex.Tnx",
+              "[Server]\r\nBU Freq=" + freq + "\r\n" + MonitorPorts());
     ASSERT_TRUE(s_->app().FormLoad());
   }
   ServerModel& m() { return s_->model(); }

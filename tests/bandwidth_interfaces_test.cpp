@@ -85,7 +85,9 @@ TEST(InterfaceTable, EveryPropertyComesFromItsField) {
   // The name is 16-bit text taken byte by byte: a NUL after each letter, to
   // the whole field.
   ASSERT_EQ(i.InterfaceName.size(), 512u);
-  EXPECT_EQ(i.InterfaceName.substr(0, 8), std::string("e\0t\0h\0" "0\0", 8));
+  EXPECT_EQ(i.InterfaceName.substr(0, 8), std::string("e\0t\0h\0"
+                                                      "0\0",
+                                                      8));
   EXPECT_EQ(i.InterfaceName.find_first_not_of('\0', 8), std::string::npos);
 }
 

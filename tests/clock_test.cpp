@@ -9,10 +9,13 @@ namespace {
 
 class Clock : public ::testing::Test {
  protected:
-  // A server started at `start` with `settings` written before.
+  // A server started at `start` with `settings` written before, its
+  // monitor slots listening from the start.
   void Start(const std::string& start, const std::string& settings = "") {
     bench_ = std::make_unique<TrafficBench>(TrafficScenario(start));
-    if (!settings.empty()) bench_->Settings(settings);
+    const std::string server = "[Server]\r\n";
+    std::string text = settings.starts_with(server) ? settings : server + settings;
+    bench_->Settings(text.insert(server.size(), MonitorPorts()));
     bench_->Start();
     StopTimers();
   }

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "inventory/processor_facts.h"
 #include "core/drive_text.h"
+#include "inventory/processor_facts.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {

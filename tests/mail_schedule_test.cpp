@@ -24,7 +24,7 @@ class MailSchedule : public ::testing::Test {
              const std::string& to = "first@example.org\r\nsecond@example.org\r\n") {
     bench_ = std::make_unique<MailBench>(Scenario("2012-11-14 " + time));
     WriteFile(bench_->dir() + "/Bin/Tarnex.Tnx",
-              FreshSettings("",
+              FreshSettings(MonitorPorts(),
                             "[Email]\r\nsmtp=relay.test\r\nFrom=station@example.org\r\n"
                             "Subject=Daily report\r\n" +
                                 email_keys));

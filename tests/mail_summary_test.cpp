@@ -118,10 +118,11 @@ TEST_F(Summary, MessageModesAddTheErrorLogToTheirOwnFile) {
     const std::string report = s.File("Bin/ESummary.txt");
     EXPECT_EQ(report.find("Daily Bandwidth"), std::string::npos) << mode;
     ASSERT_TRUE(report.ends_with("Total Processes: 2\r\n\r\n")) << mode;
-    EXPECT_EQ(summary, report.substr(0, report.size() - 2) + "\r\nWindows Errors\r\n\r\n" +
-                           "Category: 0\r\n    EventCode: 7000\r\n    Message: A service failed.\r\n"
-                           "\r\n"
-                           "Category: 3\r\n    EventCode: 1\r\n    Message: Disk full.\r\n\r\n")
+    EXPECT_EQ(summary,
+              report.substr(0, report.size() - 2) + "\r\nWindows Errors\r\n\r\n" +
+                  "Category: 0\r\n    EventCode: 7000\r\n    Message: A service failed.\r\n"
+                  "\r\n"
+                  "Category: 3\r\n    EventCode: 1\r\n    Message: Disk full.\r\n\r\n")
         << mode;
     // The text holds the last error piece only.
     EXPECT_EQ(s.model().SummaryText,
@@ -157,8 +158,8 @@ TEST(SummaryMemory, MoreThanEightSlotsLeaveTheRestOut) {
   for (int i = 0; i < 10; ++i) {
     if (i) rows += ", ";
     rows += R"({"DeviceLocator": "A)" + std::to_string(i) +
-            R"(", "Capacity": "512000000", "Speed": 800, "BankLabel": "B)" +
-            std::to_string(i) + R"("})";
+            R"(", "Capacity": "512000000", "Speed": 800, "BankLabel": "B)" + std::to_string(i) +
+            R"("})";
   }
   SimApp s(SummaryScenario("{\"Win32_PhysicalMemory\": " + rows + "]}"));
   std::filesystem::create_directories(s.dir() + "/Bin");

@@ -44,14 +44,15 @@ class Recording : public ::testing::Test {
 
 TEST_F(Recording, EachFileTakesItsFieldsWithTheirWordsInOneTabbedLine) {
   auto& m = s_.model();
-  NameTexts({"cpu1",   "Label32", "CPUMHZ",  "Label77", "Label22",    "Label23",   "CPULastMin",
-             "CPULastHR", "CPULast24", "procnum", "procnumb", "Label39", "Label38", "Label36",
-             "free",   "used",    "Label41", "Label42", "Label30",    "Label29",   "Label28",
-             "Label40", "Label43", "Label44", "DriveCaption", "Label45", "Label46", "Label49",
-             "Label50", "Label47", "Label48", "Label58", "Label59", "Label60", "Label61",
-             "Label62", "upthru", "Label24", "tbsent", "tsstart", "dnthru", "Label25", "tbrec",
-             "trstart", "Label51", "Label52", "Label53", "Label54", "Label55", "Label56",
-             "Label57"});
+  NameTexts({"cpu1",         "Label32",   "CPUMHZ",    "Label77", "Label22",  "Label23",
+             "CPULastMin",   "CPULastHR", "CPULast24", "procnum", "procnumb", "Label39",
+             "Label38",      "Label36",   "free",      "used",    "Label41",  "Label42",
+             "Label30",      "Label29",   "Label28",   "Label40", "Label43",  "Label44",
+             "DriveCaption", "Label45",   "Label46",   "Label49", "Label50",  "Label47",
+             "Label48",      "Label58",   "Label59",   "Label60", "Label61",  "Label62",
+             "upthru",       "Label24",   "tbsent",    "tsstart", "dnthru",   "Label25",
+             "tbrec",        "trstart",   "Label51",   "Label52", "Label53",  "Label54",
+             "Label55",      "Label56",   "Label57"});
   m.PoolNonpaged = 41000000;
   m.PoolPaged = 90500000.5;
   m.SQLCacheHit = 95;
@@ -206,8 +207,8 @@ TEST_F(Recording, EachEntrySetsItsLengthAndStartsTheCountAgain) {
   const struct {
     const char* entry;
     double seconds;
-  } entries[] = {{"mnulogall1", 60}, {"mnulogall5", 300}, {"mnulogall10", 600},
-                 {"mnulogall15", 900}};
+  } entries[] = {
+      {"mnulogall1", 60}, {"mnulogall5", 300}, {"mnulogall10", 600}, {"mnulogall15", 900}};
   for (const auto& e : entries) {
     s_.model().LogAllElapsed = 17;
     ASSERT_EQ(Do(e.entry), "");

@@ -43,14 +43,15 @@ std::string Keys(std::initializer_list<int> keys) {
 }
 
 // A machine whose counters are given as JSON members (already escaped), with
-// the settings file holding the given Monitor section.
+// the settings file holding the given Monitor section and the monitor ports.
 class Machine {
  public:
   Machine(const std::string& counters, const std::string& monitor,
           const std::vector<std::string>& programs = {})
       : s_(RuleScenario(programs, counters)) {
     std::filesystem::create_directory(s_.dir() + "/Bin");
-    WriteFile(s_.dir() + "/Bin/Tarnex.Tnx", "[Monitor]\r\n" + monitor);
+    WriteFile(s_.dir() + "/Bin/Tarnex.Tnx",
+              "[Server]\r\n" + MonitorPorts() + "[Monitor]\r\n" + monitor);
     ok_ = s_.app().FormLoad();
   }
   bool ok() const { return ok_; }

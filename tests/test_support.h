@@ -2,9 +2,13 @@
 // machine, and the application on top of it.
 #pragma once
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <stdlib.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -76,6 +80,29 @@ inline std::string FreshSettings(const std::string& server = "", const std::stri
          after;
 }
 inline const std::string kFreshSettings = FreshSettings();
+
+// Keys of section Server that give the five monitor slots ports of their own,
+// free when asked for (the system picks them, so parallel tests don't meet).
+// Start-up's own cycle waits half a second for each slot it finds unopened,
+// so a test that counts ticks from the start gives the slots their ports.
+inline std::string MonitorPorts() {
+  std::string keys;
+  int sockets[5];
+  for (int i = 0; i < 5; ++i) {
+    sockets[i] = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    socklen_t size = sizeof address;
+    if (bind(sockets[i], reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        getsockname(sockets[i], reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+      ADD_FAILURE() << "no free port";
+    }
+    keys += "Monitor CPU Port" + (i == 0 ? std::string() : " " + std::to_string(i + 1)) + "=" +
+            std::to_string(ntohs(address.sin_port)) + "\r\n";
+  }
+  for (int fd : sockets) close(fd);
+  return keys;
+}
 
 // A simulated machine with the application on it, in a fresh folder. With
 // faults, the application sees the machine through a FaultPlatform, whose
