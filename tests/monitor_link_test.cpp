@@ -286,12 +286,29 @@ TEST_F(MonitorLink, Port500ListensAndAfterSaveShowsTheNotConfiguredMark) {
   EXPECT_EQ(m().cno[0], 0);
 }
 
-TEST_F(MonitorLink, TheCycleWatchReopensAClosedSlotAtOnce) {
+TEST_F(MonitorLink, TheCycleWatchGivesAClosedSlotHalfASecondBeforeItListens) {
   Start();
   app_->Listener(3).Close();
+  const int64_t before = app_->loop().MonotonicMs();
   app_->Timer1();
   EXPECT_EQ(app_->Listener(3).state(), Winsock::kListening);
   EXPECT_EQ(app_->Listener(3).BoundPort(), 44000);
+  EXPECT_GE(app_->loop().MonotonicMs() - before, 500);
+}
+
+TEST_F(MonitorLink, StartUpsCycleStandsStillHalfASecondForEachSlotItFindsUnopened) {
+  // The scenario starts at 10:00:00.000; the slots are opened before the
+  // cycle, so only those of port 100 or below are found closed.
+  auto clock = [this] {
+    const CivilTime now = sim_->Time().Now();
+    return (now.second * 1000 + now.millis) + 60000 * (now.minute + 60 * (now.hour - 10));
+  };
+  Start("[Server]\r\nMonitor CPU Port=41000\r\nMonitor CPU Port 2=100\r\n");
+  EXPECT_GE(clock(), 4 * 500);
+  EXPECT_LT(clock(), 5 * 500);
+  TearDown();
+  Start();
+  EXPECT_LT(clock(), 500) << "five slots listening: no wait";
 }
 
 TEST_F(MonitorLink, TheCycleWatchGivesAClosingSlotHalfASecondBeforeItListens) {
