@@ -55,6 +55,9 @@ const char* const kHelp =
     "  --dump-model FILE      when the run ends, write the whole server model as JSON\n"
     "  --boot-dir DIR         where the start-at-boot unit file goes (linux; default:\n"
     "                         /etc/systemd/system)\n"
+    "  --unit-dir DIR         where the installed package keeps its unit; when it is\n"
+    "                         there, start at boot enables that unit (linux; default:\n"
+    "                         /lib/systemd/system)\n"
     "  --update-server HOST[:PORT]\n"
     "                         the update server asked once at start-up (port 32212 when\n"
     "                         left out); without it there is no update check\n"
@@ -78,6 +81,7 @@ struct Options {
   bool answer = false;
   std::string dump_model;
   std::string boot_dir = "/etc/systemd/system";
+  std::string unit_dir = "/lib/systemd/system";
   std::vector<std::string> interfaces;
   std::string update_host;
   int update_port = tarnex::kUpdatePort;
@@ -139,8 +143,8 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       o.quiet = true;
     } else if (arg == "--app-path" || arg == "--platform" || arg == "--scenario" ||
                arg == "--start" || arg == "--speed" || arg == "--run-for" || arg == "--answer" ||
-               arg == "--dump-model" || arg == "--boot-dir" || arg == "--interfaces" ||
-               arg == "--update-server") {
+               arg == "--dump-model" || arg == "--boot-dir" || arg == "--unit-dir" ||
+               arg == "--interfaces" || arg == "--update-server") {
       if (!value(v)) return "option " + arg + " needs a value";
       if (arg == "--app-path") {
         if (v.empty()) return "--app-path needs a folder";
@@ -185,6 +189,9 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       } else if (arg == "--boot-dir") {
         if (v.empty()) return "--boot-dir needs a folder";
         o.boot_dir = v;
+      } else if (arg == "--unit-dir") {
+        if (v.empty()) return "--unit-dir needs a folder";
+        o.unit_dir = v;
       } else if (arg == "--interfaces") {
         if (!ParseNames(v, o.interfaces)) {
           return "--interfaces needs interface names separated by commas, not '" + v + "'";
@@ -233,6 +240,7 @@ int Run(const Options& o) {
     linux_options.app_path = app_path;
     linux_options.executable = tarnex::ExecutablePath();
     linux_options.boot_dir = o.boot_dir;
+    linux_options.unit_dir = o.unit_dir;
     linux_options.answer = o.answer;
     linux_options.interfaces = o.interfaces;
     auto host = std::make_unique<tarnex::LinuxPlatform>(linux_options);

@@ -9,6 +9,10 @@
 #include <filesystem>
 #include <thread>
 
+#include <nlohmann/json.hpp>
+
+#include "core/app.h"
+#include "core/timeline.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/linux/proc_text.h"
 #include "tests/test_support.h"
@@ -23,7 +27,18 @@ class LinuxHostServices : public ::testing::Test {
     options_.app_path = dir_;
     options_.executable = "/opt/tarnex/tarnex-server";
     options_.boot_dir = dir_ + "/units";
+    options_.unit_dir = dir_ + "/package";
     std::filesystem::create_directory(options_.boot_dir);
+  }
+  // The package's unit, as installing the package puts it in place.
+  std::string InstallPackagedUnit() {
+    std::filesystem::create_directory(options_.unit_dir);
+    const std::string unit = options_.unit_dir + "/tarnex-server.service";
+    WriteFile(unit, "[Unit]\nDescription=packaged\n[Install]\nWantedBy=multi-user.target\n");
+    return unit;
+  }
+  std::string BootLink() const {
+    return options_.boot_dir + "/multi-user.target.wants/tarnex-server.service";
   }
   void TearDown() override { std::filesystem::remove_all(dir_); }
   std::string dir_;
@@ -84,6 +99,44 @@ TEST_F(LinuxHostServices, StartAtBootWritesAndRemovesTheUnit) {
   EXPECT_TRUE(host.DeleteStartAtBoot());
   EXPECT_FALSE(Exists(options_.boot_dir + "/tarnex-server.service"));
   EXPECT_FALSE(host.DeleteStartAtBoot());
+}
+
+TEST_F(LinuxHostServices, WithThePackageInstalledStartAtBootEnablesAndDisablesItsUnit) {
+  const std::string unit = InstallPackagedUnit();
+  LinuxPlatform host(options_);
+  ASSERT_TRUE(host.SetStartAtBoot(dir_ + "\\Tarnex Server.exe"));
+  EXPECT_EQ(std::filesystem::read_symlink(BootLink()), unit);
+  EXPECT_FALSE(Exists(options_.boot_dir + "/tarnex-server.service")) << "no unit of its own";
+  ASSERT_TRUE(host.SetStartAtBoot(dir_ + "\\Tarnex Server.exe")) << "enabled twice";
+  EXPECT_EQ(std::filesystem::read_symlink(BootLink()), unit);
+  EXPECT_TRUE(host.DeleteStartAtBoot());
+  EXPECT_FALSE(std::filesystem::is_symlink(BootLink()));
+  EXPECT_TRUE(Exists(unit));
+  EXPECT_TRUE(host.DeleteStartAtBoot()) << "disabling a disabled unit";
+}
+
+TEST_F(LinuxHostServices, TheOperatorsStartAtBootSettingEnablesAndDisablesThePackagesUnit) {
+  const std::string unit = InstallPackagedUnit();
+  LinuxPlatform host(options_);
+  App app(host, dir_);
+  ASSERT_TRUE(app.FormLoad());
+  auto toggle = [&](int on) {
+    const CivilTime now = app.loop().Now();
+    OperatorTimeline timeline(app,
+                              {{now, nlohmann::json{{"set", {{"Check3", {{"0", on}}}}}}},
+                               {now, nlohmann::json{{"do", "Command1"}}}},
+                              [](const std::string& problem) { ADD_FAILURE() << problem; });
+    ASSERT_EQ(timeline.Check(), "");
+    timeline.Start();
+    for (int i = 0; i < 600 && timeline.Done() < 2; ++i) app.loop().Wait(50);
+    EXPECT_EQ(timeline.Done(), 2u);
+  };
+  toggle(1);
+  EXPECT_EQ(std::filesystem::read_symlink(BootLink()), unit);
+  EXPECT_NE(ReadFile(dir_ + "/Bin/Tarnex.Tnx").find("Start at Boot=1\r\n"), std::string::npos);
+  toggle(0);
+  EXPECT_FALSE(std::filesystem::is_symlink(BootLink()));
+  app.FormUnload();
 }
 
 TEST_F(LinuxHostServices, StartAtBootIntoAMissingFolderFails) {

@@ -95,7 +95,28 @@ bool LinuxPlatform::FirstInstance(const std::string& app_path) {
   return folder.empty() || lock_.Acquire(folder) != InstanceLock::Result::kHeld;
 }
 
+std::string LinuxPlatform::PackagedUnit() const {
+  const std::string unit = options_.unit_dir + "/" + kUnitName;
+  struct stat st {};
+  return !options_.unit_dir.empty() && ::stat(unit.c_str(), &st) == 0 && S_ISREG(st.st_mode)
+             ? unit
+             : std::string();
+}
+
+std::string LinuxPlatform::BootLink() const {
+  return options_.boot_dir + "/multi-user.target.wants/" + kUnitName;
+}
+
 bool LinuxPlatform::SetStartAtBoot(const std::string& program) {
+  const std::string packaged = PackagedUnit();
+  if (!packaged.empty()) {
+    // The package's unit is enabled as systemctl enables it: a link in the
+    // folder of the target that wants it.
+    const std::string link = BootLink();
+    ::mkdir((options_.boot_dir + "/multi-user.target.wants").c_str(), 0755);
+    ::unlink(link.c_str());
+    return ::symlink(packaged.c_str(), link.c_str()) == 0;
+  }
   const std::string unit = options_.boot_dir + "/" + kUnitName;
   std::ostringstream text;
   text << "[Unit]\n"
@@ -110,6 +131,10 @@ bool LinuxPlatform::SetStartAtBoot(const std::string& program) {
 }
 
 bool LinuxPlatform::DeleteStartAtBoot() {
+  if (!PackagedUnit().empty()) {
+    const std::string link = BootLink();
+    return ::unlink(link.c_str()) == 0 || errno == ENOENT;
+  }
   return files_.Remove(options_.boot_dir + "/" + kUnitName);
 }
 

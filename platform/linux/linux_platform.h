@@ -21,6 +21,7 @@ struct LinuxOptions {
                                                  // process's); the system-facts program
                                                  // sits beside it
   std::string boot_dir = "/etc/systemd/system";  // where the start-at-boot unit goes
+  std::string unit_dir = "/lib/systemd/system";  // where the package puts its unit
   bool answer = false;                           // the answer to yes/no questions
   std::vector<std::string> interfaces;           // network interfaces to serve; empty: the rule
   std::string root;                              // folder of the proc and sys trees; "": the host
@@ -74,6 +75,10 @@ class LinuxPlatform : public Platform {
   LinuxCounters& Host() { return counters_; }
 
   static constexpr const char* kUnitName = "tarnex-server.service";
+  // The package's unit, when the package is installed; "" otherwise.
+  std::string PackagedUnit() const;
+  // The link that enables the package's unit at boot.
+  std::string BootLink() const;
   static constexpr const char* kSystemFactsProgram = "tarnex-sysinfo";
 
  private:
