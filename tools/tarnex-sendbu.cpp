@@ -63,7 +63,6 @@ class Sender {
   bool Pass() {
     bool all_good = true;
     const std::string source = server_.BackupFolder();
-    std::error_code error;
     for (int n = 1; n <= kDestinations; ++n) {
       const std::string label = "Remote " + std::to_string(n);
       const std::string given =
