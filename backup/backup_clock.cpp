@@ -1,6 +1,7 @@
 #include "backup/backup_clock.h"
 
 #include "backup/backup_settings.h"
+#include "backup/programs.h"
 #include "base/legacy.h"
 #include "mail/summary.h"
 
@@ -54,7 +55,7 @@ void BackupTick(Context& ctx) {
   }
   // 4. and 5. A run is watched every five seconds until it is gone.
   if (m.BackupState == 1 || m.BackupState == 2) {
-    if (ctx.platform().FindProcessByPath(BackupCompanionPath(ctx)) != 0) {
+    if (IsRunning(ctx, BackupCompanionPath(ctx)) != 0) {
       m.Label20 = "Back-up In Progress";
       ctx.Wait(5000);
       return;

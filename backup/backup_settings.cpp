@@ -1,5 +1,6 @@
 #include "backup/backup_settings.h"
 
+#include "backup/programs.h"
 #include "base/legacy.h"
 #include "core/lists.h"
 
@@ -90,17 +91,16 @@ std::string CompanionPath(Context& ctx) {
 }
 
 void StartCompanionIfWanted(Context& ctx) {
-  Platform& platform = ctx.platform();
   const std::string companion = CompanionPath(ctx);
-  if (ctx.model().Check1 == 1 && platform.FindProcessByPath(companion) == 0) {
-    platform.ShellOpen(companion, "", ctx.model().AppPath);
+  if (ctx.model().Check1 == 1 && IsRunning(ctx, companion) == 0) {
+    ctx.platform().ShellOpen(companion, "", ctx.model().AppPath);
   }
 }
 
 bool CloseCompanion(Context& ctx) {
-  const int64_t pid = ctx.platform().FindProcessByPath(CompanionPath(ctx));
-  if (pid == 0) return false;
-  ctx.platform().CloseProcessWindow(pid);
+  const int64_t window = IsRunning(ctx, CompanionPath(ctx));
+  if (window == 0) return false;
+  ctx.platform().CloseWindow(window);
   return true;
 }
 

@@ -17,6 +17,8 @@
   /* the programs closed and started again around a full back-up */          \
   X(Texts<4>, CloseME, {})                                                   \
   X(Texts<4>, CmdLine, {})                                                   \
+  /* the window each had when CloseALL closed it, 0 if none; not saved */    \
+  X(WindowHandles, ClosedHandle, {})                                         \
   /* the file back-up list */                                                \
   X(TextList, List2, {})                                                     \
   /* its pickers: the folder (Dir3), the files selected in it (File3), */    \

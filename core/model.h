@@ -40,6 +40,8 @@ using ProgValues = std::array<double, 101>;
 using AdapterHandles = std::array<int32_t, 6>;
 using ServerHandles = std::array<int32_t, 33>;
 using SQLHandles = std::array<int32_t, 14>;
+// The windows of the four programs closed around a back-up.
+using WindowHandles = std::array<int32_t, 4>;
 
 // X(type, name, initial value)
 #define TARNEX_MODEL_FIELDS(X)                                                \

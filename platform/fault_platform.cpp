@@ -104,6 +104,16 @@ bool FaultPlatform::ShellOpen(const std::string& file, const std::string& parame
          ForwardingPlatform::ShellOpen(file, parameters, folder);
 }
 
+bool FaultPlatform::ProcessFileName(int64_t pid, std::string& path) {
+  return !faults_.Trip("open-process", std::to_string(pid)) &&
+         ForwardingPlatform::ProcessFileName(pid, path);
+}
+
+bool FaultPlatform::CloseWindow(int64_t window) {
+  return !faults_.Trip("close-window", std::to_string(window)) &&
+         ForwardingPlatform::CloseWindow(window);
+}
+
 CommandStart FaultPlatform::StartCommand(const std::string& command_line,
                                          std::unique_ptr<CommandPipe>& pipe) {
   if (faults_.Trip("start-command", command_line)) return CommandStart::kNotFound;

@@ -4,7 +4,8 @@
 //
 // Operations by name: files "stat", "open", "read", "write", "chmod",
 // "truncate", "close", "rename", "remove", "mkdir"; sockets "listen", "accept", "resolve",
-// "connect", "send", "receive"; the machine "shell-open", "start-command".
+// "connect", "send", "receive"; the machine "shell-open", "start-command",
+// "open-process" (its subject the process identifier), "close-window".
 // A fault names its operation and, optionally, a part of its subject (a host
 // path, a port number as text, a host name, a command line).
 #pragma once
@@ -114,6 +115,8 @@ class FaultPlatform : public ForwardingPlatform {
   Network& Net() override { return net_; }
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override;
+  bool ProcessFileName(int64_t pid, std::string& path) override;
+  bool CloseWindow(int64_t window) override;
   CommandStart StartCommand(const std::string& command_line,
                             std::unique_ptr<CommandPipe>& pipe) override;
 

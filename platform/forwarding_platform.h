@@ -36,10 +36,12 @@ class ForwardingPlatform : public Platform {
   bool CountServices(int kind, int state, const std::string& machine, int64_t& count) override {
     return inner_.CountServices(kind, state, machine, count);
   }
-  int64_t FindProcessByPath(const std::string& path) override {
-    return inner_.FindProcessByPath(path);
+  bool ProcessFileName(int64_t pid, std::string& path) override {
+    return inner_.ProcessFileName(pid, path);
   }
-  bool CloseProcessWindow(int64_t pid) override { return inner_.CloseProcessWindow(pid); }
+  std::string ProcessPathOf(const std::string& name) override { return inner_.ProcessPathOf(name); }
+  int64_t ProcessWindow(int64_t pid) override { return inner_.ProcessWindow(pid); }
+  bool CloseWindow(int64_t window) override { return inner_.CloseWindow(window); }
   std::string ProgramFile() override { return inner_.ProgramFile(); }
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override {

@@ -83,11 +83,20 @@ class Platform {
   // manager cannot be asked.
   virtual bool CountServices(int kind, int state, const std::string& machine, int64_t& count) = 0;
 
-  // A running process whose full program path is `path` (compared without
-  // regard to case): its identifier, or 0 when there is none.
-  virtual int64_t FindProcessByPath(const std::string& path) = 0;
-  // Asks the process's main window to close.
-  virtual bool CloseProcessWindow(int64_t pid) = 0;
+  // The full path of a process's first module, its program, read with the
+  // rights to query it and read its memory. False when the process cannot be
+  // opened so (another user's, one that has ended) or has no module.
+  virtual bool ProcessFileName(int64_t pid, std::string& path) = 0;
+  // The text a program that the system names `name` has as its module path
+  // on this machine: the name itself where the system's names are the
+  // machine's, or the host path the file layer maps it to.
+  virtual std::string ProcessPathOf(const std::string& name) { return name; }
+  // The first top-level window of a process, a hidden one too; 0 when the
+  // process has none.
+  virtual int64_t ProcessWindow(int64_t pid) = 0;
+  // Sends a window the close message. Nothing waits for the program to end,
+  // and a program that refuses stays. False when there is no such window.
+  virtual bool CloseWindow(int64_t window) = 0;
   // The host path of the running program's own file; "" where the program
   // file is the installation folder's "\Tarnex Server.exe".
   virtual std::string ProgramFile() { return {}; }

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <chrono>
 #include <filesystem>
 #include <thread>
@@ -154,25 +155,22 @@ TEST_F(LinuxHostServices, SecondInstanceInTheSameFolderIsRefused) {
   EXPECT_TRUE(second.FirstInstance(other));
 }
 
-TEST_F(LinuxHostServices, OwnProcessIsFoundByItsPathInAnyCase) {
+TEST_F(LinuxHostServices, OwnProcessHasItsExecutableAsItsFileAndAWindow) {
   LinuxPlatform host(options_);
   const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-  // Other copies of this test program may run beside this one: any process
-  // of this program will do.
-  const auto runs_self = [&](int64_t pid) {
-    std::error_code ignored;
-    return pid != 0 &&
-           std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", ignored) == self;
-  };
-  EXPECT_TRUE(runs_self(host.FindProcessByPath(self)));
-  std::string upper = self;
-  for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-  // Case-blind lookup resolves only existing components, so compare through
-  // the folder of this program with its name in another case.
+  std::string path;
+  ASSERT_TRUE(host.ProcessFileName(getpid(), path));
+  EXPECT_EQ(path, self);
+  EXPECT_EQ(host.ProcessWindow(getpid()), getpid());
+  EXPECT_FALSE(host.ProcessFileName(999999999, path));
+  EXPECT_EQ(host.ProcessWindow(999999999), 0);
+  // The system's names are mapped as every other file name: backslashes, and
+  // the case of existing components.
   const std::string folder = self.substr(0, self.find_last_of('/'));
-  const std::string name = upper.substr(upper.find_last_of('/') + 1);
-  EXPECT_TRUE(runs_self(host.FindProcessByPath(folder + "\\" + name)));
-  EXPECT_EQ(host.FindProcessByPath(dir_ + "\\SendBU.exe"), 0);
+  std::string name = self.substr(self.find_last_of('/') + 1);
+  for (char& ch : name) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  EXPECT_EQ(host.ProcessPathOf(folder + "\\" + name), self);
+  EXPECT_EQ(host.ProcessPathOf("C:\\Apps\\app.exe"), "") << "names nothing here";
 }
 
 TEST_F(LinuxHostServices, ProcessListHasThisProgramNamedAsAModule) {
@@ -194,6 +192,30 @@ TEST(ProgramNames, ScriptsAreNamedAfterTheScript) {
   EXPECT_EQ(ProgramBaseName("/usr/sbin/nginx", std::string("nginx: master\0", 14)), "nginx.exe");
   EXPECT_EQ(ProgramBaseName("/usr/bin/perl", std::string("perl\0", 5)), "perl.exe");
   EXPECT_EQ(ProgramBaseName("/opt/app/server (deleted)", std::string("server\0", 7)), "server.exe");
+}
+
+TEST(ProgramNames, TheFullPathIsTheExecutableOrTheScriptInTheProcesssFolder) {
+  EXPECT_EQ(ProgramPath("/opt/app/server (deleted)", std::string("server\0", 7), "/"),
+            "/opt/app/server");
+  EXPECT_EQ(ProgramPath("/opt/app/server", std::string("server\0", 7), "/tmp"), "/opt/app/server");
+  EXPECT_EQ(
+      ProgramPath("/usr/bin/python3.11", std::string("python3\0-u\0watch.py\0", 20), "/srv/app"),
+      "/srv/app/watch.py");
+  EXPECT_EQ(ProgramPath("/usr/bin/bash", std::string("bash\0../run.sh\0", 15), "/srv/app/bin"),
+            "/srv/app/run.sh");
+  EXPECT_EQ(ProgramPath("/usr/bin/perl", std::string("perl\0/opt/x.pl\0", 15), "/tmp"),
+            "/opt/x.pl");
+  EXPECT_EQ(ProgramPath("/usr/bin/bash", std::string("bash\0", 5), "/root"), "/usr/bin/bash")
+      << "an interpreter without a script is the program";
+}
+
+TEST(ProgramNames, AProcessRunsUntilItIsAZombieOrDead) {
+  EXPECT_TRUE(ProcessAlive("12 (a) b) S 1 12 12"));
+  EXPECT_TRUE(ProcessAlive("12 (sleep) R 1 12 12"));
+  EXPECT_FALSE(ProcessAlive("12 (sleep) Z 1 12 12"));
+  EXPECT_FALSE(ProcessAlive("12 (sleep) X 1 12 12"));
+  EXPECT_FALSE(ProcessAlive(""));
+  EXPECT_FALSE(ProcessAlive("12 (sleep)"));
 }
 
 TEST_F(LinuxHostServices, ShellOpenStartsAnExecutableInItsFolder) {

@@ -38,7 +38,7 @@ TEST(Scenario, AProgramsRunTimeAndWindowAreCheckedAndNamed) {
   }
 }
 
-TEST(Scenario, AProgramRunsForItsTimeAndOneWithoutAWindowIsNeverFound) {
+TEST(Scenario, AProgramRunsForItsTimeAndOneWithoutAWindowHasNone) {
   std::string error;
   auto sim = Load(R"({"start": "2012-11-14 10:00:00", "programs": {
       "C:\\Apps\\short.exe": {"runs_for": 10}, "hidden.exe": {"window": false}}})",
@@ -47,20 +47,30 @@ TEST(Scenario, AProgramRunsForItsTimeAndOneWithoutAWindowIsNeverFound) {
   ASSERT_TRUE(sim->ShellOpen("C:\\Apps\\SHORT.exe", "", "C:\\Apps"));
   ASSERT_TRUE(sim->ShellOpen("D:\\x\\hidden.exe", "", "D:\\x"));
   ASSERT_TRUE(sim->ShellOpen("D:\\x\\plain.exe", "", "D:\\x"));
-  const int64_t short_run = sim->FindProcessByPath("c:\\apps\\short.exe");
-  EXPECT_NE(short_run, 0);
-  EXPECT_EQ(sim->FindProcessByPath("D:\\x\\hidden.exe"), 0);
-  EXPECT_EQ(sim->EnumProcesses().size(), 3u);
+  // The processes in the order the machine lists them: the three started.
+  std::vector<int64_t> pids = sim->EnumProcesses();
+  ASSERT_EQ(pids.size(), 3u);
+  std::string path;
+  ASSERT_TRUE(sim->ProcessFileName(pids[0], path));
+  EXPECT_EQ(path, "C:\\Apps\\SHORT.exe");
+  const int64_t short_run = pids[0];
+  EXPECT_EQ(sim->ProcessWindow(short_run), SimPlatform::kWindowBase + short_run);
+  EXPECT_EQ(sim->ProcessWindow(pids[1]), 0) << "no window";
   sim->Loop().Wait(9000);
-  EXPECT_EQ(sim->FindProcessByPath("C:\\Apps\\short.exe"), short_run);
+  EXPECT_NE(sim->ProcessWindow(short_run), 0);
   sim->Loop().Wait(1000);
-  EXPECT_EQ(sim->FindProcessByPath("C:\\Apps\\short.exe"), 0);
+  EXPECT_EQ(sim->ProcessWindow(short_run), 0);
+  EXPECT_FALSE(sim->ProcessFileName(short_run, path));
   EXPECT_EQ(sim->EnumProcesses().size(), 2u);
-  // A program the scenario does not name runs until it is asked to close.
-  const int64_t plain = sim->FindProcessByPath("D:\\x\\plain.exe");
-  ASSERT_NE(plain, 0);
-  EXPECT_TRUE(sim->CloseProcessWindow(plain));
-  EXPECT_EQ(sim->FindProcessByPath("D:\\x\\plain.exe"), 0);
+  // A program the scenario does not name runs until it is asked to close; a
+  // program without a window cannot be asked.
+  const int64_t plain = pids[2];
+  ASSERT_NE(sim->ProcessWindow(plain), 0);
+  EXPECT_FALSE(sim->CloseWindow(plain)) << "a process identifier is not its window";
+  EXPECT_TRUE(sim->CloseWindow(sim->ProcessWindow(plain)));
+  EXPECT_EQ(sim->ProcessWindow(plain), 0);
+  EXPECT_FALSE(sim->CloseWindow(SimPlatform::kWindowBase + pids[1]));
+  EXPECT_EQ(sim->closed, std::vector<int64_t>{SimPlatform::kWindowBase + plain});
 }
 
 TEST(Scenario, MalformedJsonIsAnError) {

@@ -177,40 +177,29 @@ bool LinuxPlatform::CountServices(int kind, int state, const std::string& machin
   return true;
 }
 
-int64_t LinuxPlatform::FindProcessByPath(const std::string& path) {
-  const std::string wanted = Lower(files_.Native(path));
-  if (wanted.empty()) return 0;
-  DIR* dir = opendir(proc_.c_str());
-  if (dir == nullptr) return 0;
-  int64_t found = 0;
-  while (dirent* entry = readdir(dir)) {
-    const char* name = entry->d_name;
-    if (!std::isdigit(static_cast<unsigned char>(name[0]))) continue;
-    char target[4096] = {};
-    const std::string link = proc_ + "/" + name + "/exe";
-    const ssize_t n = readlink(link.c_str(), target, sizeof target - 1);
-    bool match = n > 0 && Lower(std::string(target, static_cast<size_t>(n))) == wanted;
-    if (!match) {
-      // A program started through an interpreter is known by its script.
-      const std::string cmdline = ReadText(proc_ + "/" + name + "/cmdline");
-      const size_t first = cmdline.find('\0');
-      if (first != std::string::npos) {
-        const std::string second =
-            cmdline.substr(first + 1, cmdline.find('\0', first + 1) - first - 1);
-        match = Lower(second) == wanted;
-      }
-    }
-    if (match) {
-      found = std::atoll(name);
-      break;
-    }
-  }
-  closedir(dir);
-  return found;
+bool LinuxPlatform::ProcessFileName(int64_t pid, std::string& path) {
+  // Reading the executable's link needs the rights to trace the process:
+  // another user's process cannot be opened, as on the original platform.
+  const std::string dir = proc_ + "/" + std::to_string(pid);
+  char target[4096] = {};
+  const ssize_t n = readlink((dir + "/exe").c_str(), target, sizeof target - 1);
+  if (n <= 0) return false;
+  char cwd[4096] = {};
+  const ssize_t c = readlink((dir + "/cwd").c_str(), cwd, sizeof cwd - 1);
+  path = ProgramPath(std::string(target, static_cast<size_t>(n)), ReadText(dir + "/cmdline"),
+                     c > 0 ? std::string(cwd, static_cast<size_t>(c)) : std::string());
+  return true;
 }
 
-bool LinuxPlatform::CloseProcessWindow(int64_t pid) {
-  return pid > 0 && ::kill(static_cast<pid_t>(pid), SIGTERM) == 0;
+int64_t LinuxPlatform::ProcessWindow(int64_t pid) {
+  // A program "has a main window" while it runs; the window is the process.
+  if (pid <= 0) return 0;
+  return ProcessAlive(ReadText(proc_ + "/" + std::to_string(pid) + "/stat")) ? pid : 0;
+}
+
+bool LinuxPlatform::CloseWindow(int64_t window) {
+  // The close message is SIGTERM.
+  return window > 0 && ::kill(static_cast<pid_t>(window), SIGTERM) == 0;
 }
 
 std::string LinuxPlatform::ProgramFile() {

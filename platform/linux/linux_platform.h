@@ -47,8 +47,10 @@ class LinuxPlatform : public Platform {
   std::vector<int64_t> EnumProcesses() override;
   bool ProcessModules(int64_t pid, std::vector<std::string>& base_names) override;
   bool CountServices(int kind, int state, const std::string& machine, int64_t& count) override;
-  int64_t FindProcessByPath(const std::string& path) override;
-  bool CloseProcessWindow(int64_t pid) override;
+  bool ProcessFileName(int64_t pid, std::string& path) override;
+  std::string ProcessPathOf(const std::string& name) override { return files_.Native(name); }
+  int64_t ProcessWindow(int64_t pid) override;
+  bool CloseWindow(int64_t window) override;
   std::string ProgramFile() override;
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override;

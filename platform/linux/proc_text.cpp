@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 
 namespace tarnex {
@@ -341,6 +342,19 @@ std::string FileName(const std::string& exe) {
   return name;
 }
 
+// The first argument after the interpreter that is not an option; "" when
+// there is none.
+std::string ScriptArgument(const std::string& cmdline) {
+  size_t pos = cmdline.find('\0');
+  while (pos != std::string::npos && pos + 1 < cmdline.size()) {
+    const size_t end = cmdline.find('\0', pos + 1);
+    std::string arg = cmdline.substr(pos + 1, end - pos - 1);
+    if (!arg.empty() && arg[0] != '-') return arg;
+    pos = end;
+  }
+  return {};
+}
+
 }  // namespace
 
 bool RunsScript(const std::string& exe) {
@@ -356,21 +370,37 @@ bool RunsScript(const std::string& exe) {
 std::string ProgramBaseName(const std::string& exe, const std::string& cmdline) {
   std::string name = FileName(exe);
   if (RunsScript(exe)) {
-    // The first argument after the interpreter that is not an option.
-    size_t pos = cmdline.find('\0');
-    while (pos != std::string::npos && pos + 1 < cmdline.size()) {
-      const size_t end = cmdline.find('\0', pos + 1);
-      const std::string arg = cmdline.substr(pos + 1, end - pos - 1);
-      if (!arg.empty() && arg[0] != '-') {
-        name = arg.substr(arg.find_last_of('/') + 1);
-        break;
-      }
-      pos = end;
-    }
+    const std::string script = ScriptArgument(cmdline);
+    if (!script.empty()) name = script.substr(script.find_last_of('/') + 1);
   }
   const size_t dot = name.find_last_of('.');
   if (dot != std::string::npos && dot > 0) name.resize(dot);
   return name + ".exe";
+}
+
+std::string ProgramPath(const std::string& exe, const std::string& cmdline,
+                        const std::string& cwd) {
+  static const std::string kDeleted = " (deleted)";
+  std::string path = exe;
+  if (path.size() > kDeleted.size() &&
+      path.compare(path.size() - kDeleted.size(), kDeleted.size(), kDeleted) == 0) {
+    path.resize(path.size() - kDeleted.size());
+  }
+  if (!RunsScript(path)) return path;
+  const std::string script = ScriptArgument(cmdline);
+  if (script.empty()) return path;
+  std::filesystem::path full(script);
+  if (full.is_relative() && !cwd.empty()) full = std::filesystem::path(cwd) / full;
+  return full.lexically_normal().string();
+}
+
+bool ProcessAlive(const std::string& stat) {
+  // "PID (COMM) STATE ...": the name may hold blanks and brackets, so the
+  // state follows the last closing bracket.
+  const size_t close = stat.rfind(')');
+  if (close == std::string::npos || close + 2 >= stat.size()) return false;
+  const char state = stat[close + 2];
+  return state != 'Z' && state != 'X' && state != 'x';
 }
 
 std::string FirstNameserver(const std::string& resolv_conf) {

@@ -126,6 +126,17 @@ std::string ProgramBaseName(const std::string& exe, const std::string& cmdline);
 // Whether the name of a program run by `exe` comes from its arguments.
 bool RunsScript(const std::string& exe);
 
+// The full path of the program a process runs: its executable (`exe`, the
+// target of /proc/PID/exe) less the " (deleted)" mark of a file removed since
+// it started, or for a program run by an interpreter the script's path (the
+// first argument that is not an option) resolved against the process's
+// folder `cwd`.
+std::string ProgramPath(const std::string& exe, const std::string& cmdline, const std::string& cwd);
+
+// Whether a process whose /proc/PID/stat text is `stat` still runs: it is
+// there and is neither a zombie nor dead.
+bool ProcessAlive(const std::string& stat);
+
 // The first DNS server of a resolver configuration (the text of
 // /etc/resolv.conf): the address of its first "nameserver" line, cut to the
 // 15 characters the network parameters hold; "" when there is none.

@@ -195,19 +195,27 @@ void SimPlatform::EndFinishedRuns() {
   }
 }
 
-int64_t SimPlatform::FindProcessByPath(const std::string& path) {
+bool SimPlatform::ProcessFileName(int64_t pid, std::string& path) {
   EndFinishedRuns();
-  for (const auto& [pid, program] : running) {
-    if (windowless_.count(pid) == 0 && LowerText(program) == LowerText(path)) return pid;
-  }
-  return 0;
+  auto it = running.find(pid);
+  if (it == running.end() || protected_pids.count(pid) != 0) return false;
+  path = it->second;
+  return true;
 }
 
-bool SimPlatform::CloseProcessWindow(int64_t pid) {
+int64_t SimPlatform::ProcessWindow(int64_t pid) {
   EndFinishedRuns();
-  if (windowless_.count(pid) != 0) return false;
+  if (running.count(pid) == 0 || windowless_.count(pid) != 0) return 0;
+  return kWindowBase + pid;
+}
+
+bool SimPlatform::CloseWindow(int64_t window) {
+  const int64_t pid = window - kWindowBase;
+  if (window == 0 || ProcessWindow(pid) != window) return false;
+  closed.push_back(window);
   ends_at_.erase(pid);
-  return running.erase(pid) != 0;
+  running.erase(pid);
+  return true;
 }
 
 bool SimPlatform::ShellOpen(const std::string& file, const std::string& parameters,

@@ -79,8 +79,9 @@ class SimPlatform : public Platform {
   std::vector<int64_t> EnumProcesses() override;
   bool ProcessModules(int64_t pid, std::vector<std::string>& base_names) override;
   bool CountServices(int kind, int state, const std::string& machine, int64_t& count) override;
-  int64_t FindProcessByPath(const std::string& path) override;
-  bool CloseProcessWindow(int64_t pid) override;
+  bool ProcessFileName(int64_t pid, std::string& path) override;
+  int64_t ProcessWindow(int64_t pid) override;
+  bool CloseWindow(int64_t window) override;
   bool ShellOpen(const std::string& file, const std::string& parameters,
                  const std::string& folder) override;
   CommandStart StartCommand(const std::string& command_line,
@@ -116,9 +117,13 @@ class SimPlatform : public Platform {
   std::set<int64_t> protected_pids;        // processes that cannot be opened
   std::optional<int64_t> services;         // the service count, when it can be asked
   std::vector<std::string> started;        // "path|parameters|folder"
+  std::vector<int64_t> closed;             // the windows sent the close message
+  // A process's window is this number above its identifier.
+  static constexpr int64_t kWindowBase = 0x10000;
   // Programs that "open" starts, by lower-cased path: how many virtual
   // seconds a run lasts (none: until it is closed) and whether it has a
-  // window (without one, a look-up by path never finds it).
+  // top-level window (without one, a look-up by path never finds it and the
+  // close message cannot reach it).
   struct Program {
     std::optional<double> runs_for;
     bool window = true;
