@@ -3,10 +3,13 @@
 set -euo pipefail
 # clang and its runtimes (libFuzzer, the sanitizers) build the fuzz targets; the
 # mail tests run a real mail server (aiosmtpd) and a real DNS server (dnslib) on
-# loopback; ncurses draws the terminal monitor, which its test runs under tmux.
+# loopback; ncurses draws the terminal monitor, which its test runs under tmux;
+# libmicrohttpd serves the operator console, whose metrics a test reads with
+# the Prometheus client's own parser.
 packages=(build-essential cmake googletest libgtest-dev libgmock-dev libbenchmark-dev
           nlohmann-json3-dev clang libclang-rt-14-dev
-          python3-aiosmtpd python3-dnslib libncurses-dev tmux)
+          python3-aiosmtpd python3-dnslib libncurses-dev tmux pkg-config libmicrohttpd-dev
+          python3-prometheus-client)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
