@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -14,9 +15,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "console/http_console.h"
 #include "core/app.h"
 #include "core/commands.h"
 #include "core/timeline.h"
+#include "ctl.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/native/process.h"
 #include "platform/sim/sim_platform.h"
@@ -64,9 +67,16 @@ const char* const kHelp =
     "  --interfaces NAME,...  the network interfaces to measure, by their kernel names\n"
     "                         (linux; default: the physical interfaces, or in a container\n"
     "                         every interface but the loopback)\n"
+    "  --console HOST:PORT|off\n"
+    "                         where the operator console listens (default:\n"
+    "                         127.0.0.1:41080; port 0 takes any free port); off: no console.\n"
+    "                         Its token and address are written under the installation\n"
+    "                         folder, in Bin\\Console.token and Bin\\Console.address\n"
     "  --quiet                keep operator messages off standard error (sim)\n"
     "  --version              print the program's version and exit\n"
     "  --help                 print this help and exit\n"
+    "\n"
+    "'tarnex-server ctl --help' tells how to drive a running server from the shell.\n"
     "\n"
     "SIGTERM or SIGINT closes the program as closing the main window does; a second\n"
     "signal ends it at once.\n";
@@ -85,6 +95,8 @@ struct Options {
   std::vector<std::string> interfaces;
   std::string update_host;
   int update_port = tarnex::kUpdatePort;
+  std::string console_host = tarnex::OperatorConsole::kDefaultHost;
+  int console_port = tarnex::OperatorConsole::kDefaultPort;
   bool quiet = false;
   bool help = false;
   bool version = false;
@@ -144,7 +156,7 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
     } else if (arg == "--app-path" || arg == "--platform" || arg == "--scenario" ||
                arg == "--start" || arg == "--speed" || arg == "--run-for" || arg == "--answer" ||
                arg == "--dump-model" || arg == "--boot-dir" || arg == "--unit-dir" ||
-               arg == "--interfaces" || arg == "--update-server") {
+               arg == "--interfaces" || arg == "--update-server" || arg == "--console") {
       if (!value(v)) return "option " + arg + " needs a value";
       if (arg == "--app-path") {
         if (v.empty()) return "--app-path needs a folder";
@@ -195,6 +207,12 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       } else if (arg == "--interfaces") {
         if (!ParseNames(v, o.interfaces)) {
           return "--interfaces needs interface names separated by commas, not '" + v + "'";
+        }
+      } else if (arg == "--console") {
+        if (!tarnex::ParseConsoleAddress(v, o.console_host, o.console_port)) {
+          return "--console needs HOST:PORT (an IPv6 host in brackets, a port from 0 to 65535) "
+                 "or off, not '" +
+                 v + "'";
         }
       } else if (arg == "--update-server") {
         if (!tarnex::ParseUpdateServer(v, o.update_host, o.update_port)) {
@@ -283,6 +301,38 @@ int Run(const Options& o) {
   if (!app.FormLoad()) return kExitOtherInstance;
   timeline.Start();
 
+  // The operator console. A console that cannot start is reported, and the
+  // program runs on without it.
+  tarnex::OperatorConsole console(
+      app.ctx(),
+      {[&app] {
+         nlohmann::json dump = tarnex::ModelToJson(app.model());
+         dump["forms"] = app.commands().Dump();
+         return dump;
+       },
+       [&app](const std::vector<nlohmann::json>& given) { return app.commands().Operate(given); },
+       [&app] {
+         nlohmann::json forms = nlohmann::json::array();
+         for (const auto& d : app.commands().Describe()) {
+           forms.push_back({{"form", d.form}, {"fields", d.fields}, {"commands", d.commands}});
+         }
+         return forms;
+       }});
+  if (!o.console_host.empty() && !loop.Stopping()) {
+    // The pages lie beside the program, in web/, as the build leaves them;
+    // the package puts them under share/ beside bin/.
+    std::string program = tarnex::ExecutablePath();
+    program = program.substr(0, program.find_last_of('/'));
+    std::string web = program + "/web";
+    if (!std::filesystem::is_directory(web)) web = program + "/../share/tarnex-server/web";
+    const std::string problem = console.Start(o.console_host, o.console_port, web);
+    if (problem.empty()) {
+      std::cerr << "tarnex-server: the operator console is at " << console.Address() << "\n";
+    } else {
+      std::cerr << "tarnex-server: the operator console is off: " << problem << "\n";
+    }
+  }
+
   // The closing timer re-arms itself, 60 s at most at a time, until the end.
   int closer = 0;
   if (o.run_for) {
@@ -321,6 +371,7 @@ int Run(const Options& o) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc > 1 && std::string(argv[1]) == "ctl") return tarnex::RunCtl(argc - 2, argv + 2);
   Options options;
   const std::string problem = ParseOptions(argc, argv, options);
   if (!problem.empty()) return Usage(problem);

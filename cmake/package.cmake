@@ -1,8 +1,9 @@
 # The Debian package: `cpack -G DEB` in the build folder (scripts/package.sh).
 # The programs go to /usr/bin, the tools the server starts from its
 # installation folder to /usr/lib/tarnex-server (the package's postinst puts
-# them in place under /var/lib/tarnex-server), the systemd unit to
-# /lib/systemd/system and the documents to /usr/share/doc/tarnex-server.
+# them in place under /var/lib/tarnex-server), the console's pages to
+# /usr/share/tarnex-server/web, the systemd unit to /lib/systemd/system and
+# the documents to /usr/share/doc/tarnex-server.
 
 set(CMAKE_INSTALL_PREFIX /usr)
 set(TARNEX_DOC share/doc/tarnex-server)
@@ -14,9 +15,7 @@ install(FILES ${CMAKE_SOURCE_DIR}/README.md ${CMAKE_SOURCE_DIR}/packaging/copyri
         DESTINATION ${TARNEX_DOC})
 file(GLOB TARNEX_DOCS ${CMAKE_SOURCE_DIR}/docs/*.md)
 install(FILES ${TARNEX_DOCS} DESTINATION ${TARNEX_DOC})
-if(IS_DIRECTORY ${CMAKE_SOURCE_DIR}/web)
-  install(DIRECTORY ${CMAKE_SOURCE_DIR}/web/ DESTINATION share/tarnex-server/web)
-endif()
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/web/ DESTINATION share/tarnex-server/web)
 
 # Debian wants the changelog compressed, reproducibly.
 set(TARNEX_CHANGELOG ${CMAKE_BINARY_DIR}/package/changelog.Debian.gz)

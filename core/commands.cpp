@@ -510,6 +510,62 @@ std::string Commands::Run(const json& step) {
   return problem;
 }
 
+json Commands::Operate(const std::vector<json>& steps) {
+  json answer = {{"error", ""}, {"done", 0}};
+  for (size_t i = 0; i < steps.size(); ++i) {
+    if (std::string problem = Check(steps[i]); !problem.empty()) {
+      answer["error"] = "step " + std::to_string(i + 1) + ": " + problem;
+      return answer;
+    }
+  }
+  ServerModel& m = app_.model();
+  const size_t messages = m.OperatorMessages.size();
+  const size_t questions = m.OperatorQuestions.size();
+  int done = 0;
+  for (size_t i = 0; i < steps.size(); ++i) {
+    if (std::string problem = Run(steps[i]); !problem.empty()) {
+      answer["error"] = "step " + std::to_string(i + 1) + ": " + problem;
+      break;
+    }
+    ++done;
+  }
+  answer["done"] = done;
+  const std::string name = steps.empty() ? "" : steps.back().value("form", std::string());
+  const Form* form = Find(name);
+  answer["form"] = form == nullptr ? FormName(name) : form->name;
+  json fields = json::object();
+  if (form == &forms_.front()) {
+    // The main window's fields are the whole model: those the steps set.
+    const json model = ModelToJson(m);
+    for (const json& step : steps) {
+      if (!step.contains("set") || !step["set"].is_object()) continue;
+      if (!step.value("form", std::string()).empty() &&
+          Find(step["form"].get<std::string>()) != form)
+        continue;
+      for (const auto& [field, value] : step["set"].items()) {
+        for (const auto& [key, v] : model.items()) {
+          if (SameName(key, field)) fields[key] = v;
+        }
+      }
+    }
+  } else if (form != nullptr) {
+    fields["open"] = Shown(*form);
+    for (const Field& f : form->fields) fields[f.name] = f.get(m);
+  }
+  answer["fields"] = std::move(fields);
+  json raised = json::array();
+  for (size_t i = messages; i < m.OperatorMessages.size(); ++i) {
+    raised.push_back(legacy::Cp1252ToUtf8(m.OperatorMessages[i]));
+  }
+  answer["messages"] = std::move(raised);
+  raised = json::array();
+  for (size_t i = questions; i < m.OperatorQuestions.size(); ++i) {
+    raised.push_back(legacy::Cp1252ToUtf8(m.OperatorQuestions[i]));
+  }
+  answer["questions"] = std::move(raised);
+  return answer;
+}
+
 json Commands::Dump() const {
   json out = json::object();
   for (const Form& form : forms_) {

@@ -44,6 +44,14 @@ class Commands {
   std::string Check(const nlohmann::json& step) const;
   std::string Run(const nlohmann::json& step);
 
+  // Steps given together (the console's and the shell's): all are checked
+  // before any runs, then run in order until one cannot be done. The
+  // answer: {"error": "" or "step N: what is wrong", "done": steps done,
+  // "form": the last step's form, "fields": its fields after the steps (for
+  // the main window, the fields the steps set), "messages" and "questions":
+  // those the steps raised}.
+  nlohmann::json Operate(const std::vector<nlohmann::json>& steps);
+
   bool IsOpen(const std::string& form) const;
   // Every form but the main window: {NAME: {"open": bool, FIELD: VALUE ...}}.
   nlohmann::json Dump() const;

@@ -63,6 +63,8 @@ class ForwardingPlatform : public Platform {
     return inner_.DiskFreeSpace(root, total, free_bytes);
   }
   int DnsServer(std::string& address) override { return inner_.DnsServer(address); }
+  std::unique_ptr<HttpServer> NewHttpServer() override { return inner_.NewHttpServer(); }
+  bool RandomBytes(std::string& out, size_t size) override { return inner_.RandomBytes(out, size); }
 
  private:
   Platform& inner_;

@@ -11,6 +11,7 @@
 #include "platform/command.h"
 #include "platform/event_loop.h"
 #include "platform/files.h"
+#include "platform/http.h"
 #include "platform/network.h"
 #include "platform/perf.h"
 #include "platform/winsock.h"
@@ -138,6 +139,13 @@ class Platform {
   // The size and the free space, in bytes, of the drive whose root is `root`
   // ("C:\" and the like). False when the drive cannot tell.
   virtual bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) = 0;
+
+  // An HTTP server on this machine's sockets, run by the loop; null where
+  // the machine has none.
+  virtual std::unique_ptr<HttpServer> NewHttpServer() { return nullptr; }
+  // `size` bytes from the machine's random generator, fit for a secret;
+  // false when it has none.
+  virtual bool RandomBytes(std::string& out, size_t size) { return false; }
 };
 
 }  // namespace tarnex

@@ -166,25 +166,37 @@ void BottleneckCheck(Context& ctx) {
   // 1.
   m.BNText.clear();
 
+  // Each group's findings are counted by the texts it adds.
+  const auto group = [&m, &ctx](int index, void (*rules)(Context&)) {
+    const size_t before = m.BNText.size();
+    rules(ctx);
+    size_t found = 0;
+    for (size_t at = m.BNText.size() < before ? 0 : before;
+         (at = m.BNText.find("\r\n", at)) != std::string::npos; at += 2) {
+      ++found;
+    }
+    m.BNFindings[index] += static_cast<double>(found);
+  };
+
   // 2 to 11. The switched groups; only the exact value 1 turns a group on.
   // Events run during the optional groups' reads, so each switch is looked
   // at when its group comes.
-  if (m.BNMemory == 1) MemoryRules(ctx);
-  if (m.BNCPU == 1) CPURules(ctx);
-  if (m.BNDisk == 1) DiskRules(ctx);
-  if (m.BNSQL == 1) SQLRules(ctx);
-  if (m.BNNetwork == 1) NetworkRules(ctx);
-  if (m.BNServer == 1) ServerRules(ctx);
-  if (m.BNWeb == 1) WebRules(ctx);
-  if (m.BNFirewall == 1) FirewallRules(ctx);
-  if (m.BNProxy == 1) ProxyRules(ctx);
-  if (m.BNCache == 1) CacheRules(ctx);
+  if (m.BNMemory == 1) group(0, MemoryRules);
+  if (m.BNCPU == 1) group(1, CPURules);
+  if (m.BNDisk == 1) group(2, DiskRules);
+  if (m.BNSQL == 1) group(3, SQLRules);
+  if (m.BNNetwork == 1) group(4, NetworkRules);
+  if (m.BNServer == 1) group(5, ServerRules);
+  if (m.BNWeb == 1) group(6, WebRules);
+  if (m.BNFirewall == 1) group(7, FirewallRules);
+  if (m.BNProxy == 1) group(8, ProxyRules);
+  if (m.BNCache == 1) group(9, CacheRules);
 
   // 12. The trend rules have no switch.
-  TrendRules(ctx);
+  group(10, TrendRules);
 
   // 13. One program, unless the data view is open.
-  if (m.BNPrograms == 1 && m.BNViewOpen == 0) ProgramRules(ctx);
+  if (m.BNPrograms == 1 && m.BNViewOpen == 0) group(11, ProgramRules);
 
   // 14. Unconditionally: so the cycle's tests on the tick counter see 1.
   m.MinuteTick = 0;

@@ -8,6 +8,13 @@
 
 namespace tarnex {
 
+// The groups of rules by the names the operator sees, in the order of the
+// counts of BNFindings: the ten switched groups, the trend rules, the
+// program rules.
+inline constexpr const char* kRuleGroups[12] = {"memory",  "cpu",    "disk",  "sql",
+                                                "network", "server", "web",   "firewall",
+                                                "proxy",   "cache",  "trend", "programs"};
+
 // The pass, in its fixed order: the switched groups, the trend rules, the
 // program rules, then MinuteTick goes to 0 and the test text is added when
 // asked for.

@@ -37,6 +37,8 @@ using RowMarks = std::vector<int32_t>;
   X(Doubles<62>, BNCount, {})                                                  \
   /* the highest value of the high-water rules 32, 33, 34 and 36, by key */    \
   X(Doubles<62>, BNHigh, {})                                                   \
+  /* findings since the start, by group in kRuleGroups' order */             \
+  X(Doubles<12>, BNFindings, {})                                               \
   /* rule 4: high, middle, low (of five slots, three are used) */              \
   X(Doubles<5>, MemPagesCount, {})                                             \
   /* rules 11, 12, 13: one array of three slots shared by the three */         \

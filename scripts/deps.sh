@@ -5,12 +5,13 @@ set -euo pipefail
 # mail tests run a real mail server (aiosmtpd) and a real DNS server (dnslib) on
 # loopback; ncurses draws the terminal monitor, which its test runs under tmux;
 # the back-up companions make their archives with tar and gzip and send them
-# with rsync; the package test checks the package with lintian and its unit
-# with systemd-analyze.
+# with rsync; libmicrohttpd serves the operator console, whose metrics a test
+# reads with the Prometheus client's own parser; the package test checks the
+# package with lintian and its unit with systemd-analyze.
 packages=(build-essential cmake googletest libgtest-dev libgmock-dev libbenchmark-dev
           nlohmann-json3-dev clang libclang-rt-14-dev
           python3-aiosmtpd python3-dnslib libncurses-dev tmux tar gzip rsync
-          lintian systemd)
+          pkg-config libmicrohttpd-dev python3-prometheus-client lintian systemd)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -42,7 +42,8 @@ for f in /usr/bin/tarnex-server /usr/bin/tarnex-monitor /usr/bin/tarnex-sysinfo 
   /usr/lib/tarnex-server/tarnex-ram /usr/lib/tarnex-server/tarnex-sbackup \
   /usr/lib/tarnex-server/tarnex-sendbu /lib/systemd/system/tarnex-server.service \
   /usr/share/doc/tarnex-server/copyright /usr/share/doc/tarnex-server/changelog.Debian.gz \
-  /usr/share/doc/tarnex-server/install.md "$home/Bin/ram.exe" "$home/TarnexSBackup.exe" \
+  /usr/share/doc/tarnex-server/install.md /usr/share/tarnex-server/web/index.html \
+  "$home/Bin/ram.exe" "$home/TarnexSBackup.exe" \
   "$home/SendBU.exe"; do
   [ -e "$f" ] || fail "$f is missing"
 done
@@ -61,12 +62,30 @@ fi
 grep -q "^ExecStart=/usr/bin/tarnex-server --app-path $home$" /lib/systemd/system/tarnex-server.service ||
   fail "the unit does not start the server in $home"
 
-echo "== running the installed server for 5 seconds"
-(cd "$home" && /usr/bin/tarnex-server --app-path "$home" --run-for 5 --dump-model /tmp/tarnex-package-model.json)
+echo "== running the installed server for a few seconds, its console on a free port"
+(cd "$home" && exec /usr/bin/tarnex-server --app-path "$home" --run-for 8 --console 127.0.0.1:0) &
+server=$!
+for _ in $(seq 1 100); do
+  [ -s "$home/Bin/Console.address" ] && break
+  sleep 0.1
+done
+[ -s "$home/Bin/Console.address" ] || fail "the installed server wrote no console address"
+/usr/bin/python3 - "$home" <<'PY' || fail "the installed console does not answer"
+import sys, urllib.request
+home = sys.argv[1]
+address = open(home + "/Bin/Console.address").read().strip()
+base = address if address.startswith("http") else "http://" + address
+page = urllib.request.urlopen(base + "/").read().decode()
+assert "<html" in page.lower(), "the main page is not served"
+token = open(home + "/Bin/Console.token").read().strip()
+request = urllib.request.Request(base + "/api/model?fields=AppPath",
+                                 headers={"Authorization": "Bearer " + token})
+model = urllib.request.urlopen(request).read().decode()
+assert "/var/lib/tarnex-server" in model, model
+print("console at", base, "serves the page and the model:", model.strip())
+PY
+wait "$server" || fail "the installed server ended with a failure"
 [ -s "$home/Bin/Tarnex.Tnx" ] || fail "the installed server wrote no settings"
-grep -q '"AppPath": *"/var/lib/tarnex-server"' /tmp/tarnex-package-model.json ||
-  fail "the model does not name the installation folder"
-rm -f /tmp/tarnex-package-model.json
 ls "$home" "$home/Bin"
 
 echo "== removing: the folder stays"

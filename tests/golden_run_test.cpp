@@ -66,7 +66,7 @@ TEST_P(GoldenRun, WritesTheSameFilesAndModel) {
     seconds.pop_back();
   }
   const std::string command = std::string(TARNEX_SERVER_BINARY) +
-                              " --platform sim --quiet --scenario '" + run +
+                              " --console off --platform sim --quiet --scenario '" + run +
                               "/scenario.json' --app-path '" + app + "' --run-for " + seconds +
                               " --dump-model '" + dump + "'";
   ASSERT_EQ(std::system(command.c_str()), 0) << command;

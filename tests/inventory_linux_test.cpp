@@ -568,8 +568,8 @@ TEST(InventoryRealHost, ServerOnThisHostWritesTheSystemDataFile) {
   std::filesystem::create_directories(dir + "/Bin");
   std::filesystem::copy_file(TARNEX_RAM_BINARY, dir + "/Bin/ram.exe");
   int code = -1;
-  const std::string err =
-      RunProgram({TARNEX_SERVER_BINARY, "--app-path", dir, "--run-for", "1"}, code);
+  const std::string err = RunProgram(
+      {TARNEX_SERVER_BINARY, "--console", "off", "--app-path", dir, "--run-for", "1"}, code);
   EXPECT_EQ(code, 0) << err;
   EXPECT_EQ(err.find("message:"), std::string::npos) << err;
   const std::string data = ReadFile(dir + "/Bin/SystemData.txt");

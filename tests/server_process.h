@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -63,7 +64,14 @@ inline pid_t Spawn(const std::vector<std::string>& args, int out_fd, int err_fd,
     std::vector<char*> argv;
     std::string program = TARNEX_SERVER_BINARY;
     argv.push_back(program.data());
+    // A run that does not ask for the operator console keeps it off: the
+    // console's default port is one for the whole machine, and tests run
+    // side by side.
     std::vector<std::string> copy = args;
+    if ((copy.empty() || copy[0] != "ctl") &&
+        std::find(copy.begin(), copy.end(), "--console") == copy.end()) {
+      copy.insert(copy.begin(), {"--console", "off"});
+    }
     for (auto& a : copy) argv.push_back(a.data());
     argv.push_back(nullptr);
     execv(program.c_str(), argv.data());

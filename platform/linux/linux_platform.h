@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/linux/linux_counters.h"
+#include "platform/native/http_server.h"
 #include "platform/native/instance_lock.h"
 #include "platform/native/native_files.h"
 #include "platform/native/native_network.h"
@@ -61,6 +62,8 @@ class LinuxPlatform : public Platform {
   bool ProcessorMHz(uint32_t& mhz) override;
   bool InterfaceTable(std::vector<InterfaceRow>& rows) override;
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
+  std::unique_ptr<HttpServer> NewHttpServer() override { return NewNativeHttpServer(Loop()); }
+  bool RandomBytes(std::string& out, size_t size) override { return NativeRandomBytes(out, size); }
   // The first "nameserver" of /etc/resolv.conf; error 2 when the file cannot
   // be read.
   int DnsServer(std::string& address) override;

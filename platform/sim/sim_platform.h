@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/counter_table.h"
+#include "platform/native/http_server.h"
 #include "platform/native/instance_lock.h"
 #include "platform/native/native_network.h"
 #include "platform/native/time_sources.h"
@@ -95,6 +96,8 @@ class SimPlatform : public Platform {
   bool ProcessorMHz(uint32_t& mhz) override;
   bool InterfaceTable(std::vector<InterfaceRow>& rows) override;
   bool DiskFreeSpace(const std::string& root, double& total, double& free_bytes) override;
+  std::unique_ptr<HttpServer> NewHttpServer() override { return NewNativeHttpServer(Loop()); }
+  bool RandomBytes(std::string& out, size_t size) override { return NativeRandomBytes(out, size); }
 
   // The scenario's output text of a command line, or nothing when the
   // machine has no such program.
