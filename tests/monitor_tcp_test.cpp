@@ -161,6 +161,18 @@ class MonitorTcp : public LauncherTest {
     EXPECT_EQ(m->got().substr(0, banner.size()), banner);
     return m;
   }
+  // A monitor on the slot with its banner, dialling again when the slot stood
+  // closed for the cycle's half second and the connection went with the
+  // listening socket, as a monitor program does; null after twenty tries.
+  std::unique_ptr<Monitor> Redialled(int port, const std::string& banner) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+      auto m = std::make_unique<Monitor>();
+      if (!m->Connect(port)) continue;
+      m->ReadUntil([&](const std::string& g) { return g.size() >= banner.size(); });
+      if (m->got().rfind(banner, 0) == 0) return m;
+    }
+    return nullptr;
+  }
   bool Running() { return kill(pid_, 0) == 0; }
 
   int port_ = 0, port2_ = 0;
@@ -267,22 +279,25 @@ TEST_F(MonitorTcp, ManyConnectAndDropCyclesLeaveTheServerSampling) {
     }
     return 0L;
   };
-  for (int i = 0; i < 50; ++i) {
-    Monitor m;
-    ASSERT_TRUE(m.Connect(port_)) << i;
-  }
-  auto first = Connected(port_, "XPMain  (Remote 1)");
+  // Connections that are made and dropped at once.
+  const auto cycles = [this](int n) {
+    for (int i = 0; i < n; ++i) {
+      Monitor m;
+      ASSERT_TRUE(m.Connect(port_)) << i;
+    }
+  };
+  cycles(50);
+  auto first = Redialled(port_, "XPMain  (Remote 1)");
+  ASSERT_NE(first, nullptr);
   first->Drop();
   const long before = rss_kb();
   ASSERT_GT(before, 0);
-  for (int i = 0; i < 500; ++i) {
-    Monitor m;
-    ASSERT_TRUE(m.Connect(port_)) << i;
-    if (i % 50 == 0) {
-      ASSERT_TRUE(m.ReadUntil([](const std::string& g) { return g.rfind("XP", 0) == 0; })) << i;
-    }
+  for (int round = 0; round < 10; ++round) {
+    cycles(50);
+    ASSERT_NE(Redialled(port_, "XPMain  (Remote 1)"), nullptr) << round;
   }
-  auto last = Connected(port_, "XPMain  (Remote 1)");
+  auto last = Redialled(port_, "XPMain  (Remote 1)");
+  ASSERT_NE(last, nullptr);
   EXPECT_TRUE(last->ReadUntil([&](const std::string&) { return last->Count("C^") >= 2; }));
   EXPECT_EQ(FieldCounts(last->got(), 0), kCounts);
   EXPECT_TRUE(Running());
