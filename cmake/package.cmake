@@ -17,8 +17,8 @@ file(GLOB TARNEX_DOCS ${CMAKE_SOURCE_DIR}/docs/*.md)
 install(FILES ${TARNEX_DOCS} DESTINATION ${TARNEX_DOC})
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/web/ DESTINATION share/tarnex-server/web)
 
-# Debian wants the changelog compressed, reproducibly.
-set(TARNEX_CHANGELOG ${CMAKE_BINARY_DIR}/package/changelog.Debian.gz)
+# Debian wants the changelog of a native package compressed, reproducibly.
+set(TARNEX_CHANGELOG ${CMAKE_BINARY_DIR}/package/changelog.gz)
 add_custom_command(
   OUTPUT ${TARNEX_CHANGELOG}
   COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/package
@@ -33,15 +33,16 @@ set(CPACK_PACKAGE_VERSION 0.80)
 set(CPACK_PACKAGE_CONTACT "Tarnex Server maintainers <maintainers@tarnex-server.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "supervision of one server: counters, bottlenecks, traffic")
 set(CPACK_PACKAGE_DESCRIPTION
-    "Tarnex Server samples the server's performance counters once a second, judges
-its bottleneck rules, keeps traffic totals by day, month and year, journals what
-it finds and sends a live status frame to remote monitors. It starts back-ups
-through its companions and mails a daily summary.")
+    "Tarnex Server samples the server's performance counters once a second,
+judges its bottleneck rules, keeps traffic totals by day, month and year,
+journals what it finds and sends a live status frame to remote monitors.
+It starts back-ups through its companions and mails a daily summary; an
+operator drives it from a browser or from the shell.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "tar, gzip, rsync")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "rsync")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${CMAKE_SOURCE_DIR}/packaging/postinst ${CMAKE_SOURCE_DIR}/packaging/prerm
     ${CMAKE_SOURCE_DIR}/packaging/postrm)

@@ -27,7 +27,7 @@ deb=$(ls "$build"/tarnex-server_*.deb)
 echo "$deb"
 
 echo "== lintian"
-findings=$(lintian --no-tag-display-limit "$deb" 2>&1 || true)
+findings=$(lintian --tag-display-limit 0 "$deb" 2>&1 || true)
 echo "${findings:-(no findings)}"
 if grep -q "^E:" <<<"$findings"; then
   fail "lintian reports errors"
@@ -41,7 +41,7 @@ dpkg -i "$deb"
 for f in /usr/bin/tarnex-server /usr/bin/tarnex-monitor /usr/bin/tarnex-sysinfo \
   /usr/lib/tarnex-server/tarnex-ram /usr/lib/tarnex-server/tarnex-sbackup \
   /usr/lib/tarnex-server/tarnex-sendbu /lib/systemd/system/tarnex-server.service \
-  /usr/share/doc/tarnex-server/copyright /usr/share/doc/tarnex-server/changelog.Debian.gz \
+  /usr/share/doc/tarnex-server/copyright /usr/share/doc/tarnex-server/changelog.gz \
   /usr/share/doc/tarnex-server/install.md /usr/share/tarnex-server/web/index.html \
   "$home/Bin/ram.exe" "$home/TarnexSBackup.exe" \
   "$home/SendBU.exe"; do
