@@ -58,10 +58,12 @@ class ConsoleServer : public ::testing::Test {
 
   // Starts the program and waits for the console's address file.
   void Start(const std::string& speed = "1") {
-    pid_ =
-        Spawn({"--platform", "sim", "--quiet", "--scenario", dir_ + "/scenario.json", "--app-path",
-               app_, "--speed", speed, "--run-for", "600", "--console", "127.0.0.1:0"},
-              out_, err_);
+    StartWith(
+        {"--platform", "sim", "--quiet", "--scenario", dir_ + "/scenario.json", "--speed", speed});
+  }
+  void StartWith(std::vector<std::string> args) {
+    args.insert(args.end(), {"--app-path", app_, "--run-for", "600", "--console", "127.0.0.1:0"});
+    pid_ = Spawn(args, out_, err_);
     ASSERT_GT(pid_, 0);
     ASSERT_TRUE(WaitFor([&] { return !Trim(ReadFile(app_ + "/Bin/Console.address")).empty(); },
                         kGiveUpTenths))
@@ -428,6 +430,29 @@ TEST_F(ConsoleServer, TheShellReadsSetsDoesAndWatchesARunningServer) {
   EXPECT_NE(r.out.find("SRV1"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("Processor"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("Free MEM: "), std::string::npos) << r.out;
+}
+
+TEST_F(ConsoleServer, StartAtBootSetFromTheShellEnablesAndDisablesTheInstalledPackagesUnit) {
+  // This host, with the package's unit where the package puts it.
+  const std::string boot = dir_ + "/boot", units = dir_ + "/units";
+  std::filesystem::create_directories(boot);
+  std::filesystem::create_directories(units);
+  WriteFile(units + "/tarnex-server.service", "[Install]\nWantedBy=multi-user.target\n");
+  ASSERT_NO_FATAL_FAILURE(
+      StartWith({"--platform", "linux", "--boot-dir", boot, "--unit-dir", units}));
+  const std::string link = boot + "/multi-user.target.wants/tarnex-server.service";
+  const auto toggle = [this](int on) {
+    WriteFile(dir_ + "/steps.json",
+              R"([{"set": {"Check3": {"0": )" + std::to_string(on) + R"(}}}, {"do": "Command1"}])");
+    const Result r = RunServer({"ctl", "--app-path", app_, "steps", dir_ + "/steps.json"});
+    EXPECT_EQ(r.code, 0) << r.err;
+  };
+  toggle(1);
+  ASSERT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(std::filesystem::read_symlink(link), units + "/tarnex-server.service");
+  EXPECT_FALSE(Exists(boot + "/tarnex-server.service")) << "no unit of its own";
+  toggle(0);
+  EXPECT_FALSE(std::filesystem::is_symlink(link));
 }
 
 // The server itself, in this process: a client that stops reading is dropped
