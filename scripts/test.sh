@@ -16,5 +16,5 @@ cmake --build build-asan -j2
 (cd build-asan && ctest --output-on-failure -j2)
 cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DTARNEX_FUZZ=ON -DTARNEX_WERROR=ON >/dev/null
-cmake --build build-fuzz -j2
+cmake --build build-fuzz -j2 --target tarnex-fuzz
 (cd build-fuzz && ctest --output-on-failure -j2)

@@ -125,7 +125,8 @@ TEST_F(HostLookUp, OfTwoCopiesOfAnExecutableTheFirstListedIsFound) {
 
 TEST_F(HostLookUp, AScriptIsFoundByItsPathResolvedAgainstItsFolder) {
   const std::string script = dir_ + "/watch.sh";
-  WriteFile(script, "#!/bin/sh\nsleep 60\nexit 0\n");
+  // Its sleep does not hold the test's output open once the script is gone.
+  WriteFile(script, "#!/bin/sh\nsleep 60 </dev/null >/dev/null 2>&1\nexit 0\n");
   chmod(script.c_str(), 0755);
   // Started by a relative name in its own folder.
   const pid_t pid = Start({"./watch.sh"}, dir_);
