@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/server_process.h"
 #include "tests/test_support.h"
 
 namespace tarnex::testing {
@@ -26,38 +27,10 @@ namespace fs = std::filesystem;
 
 // Starts a program with its output to /dev/null.
 pid_t StartProgram(const std::vector<std::string>& args) {
-  const pid_t pid = fork();
-  if (pid == 0) {
-    const int null = ::open("/dev/null", O_WRONLY);
-    dup2(null, 1);
-    dup2(null, 2);
-    std::vector<std::string> copy = args;
-    std::vector<char*> argv;
-    for (auto& a : copy) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    execv(copy[0].c_str(), argv.data());
-    _exit(127);
-  }
+  const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  const pid_t pid = SpawnProgram(args, null, null);
+  ::close(null);
   return pid;
-}
-
-// Runs a program to its end: its exit code, or 128 + the signal.
-int RunProgram(const std::vector<std::string>& args) {
-  const pid_t pid = StartProgram(args);
-  int status = 0;
-  if (waitpid(pid, &status, 0) != pid) return -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-// What a shell command prints.
-std::string Output(const std::string& command) {
-  std::string out;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return out;
-  char buffer[4096];
-  for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-  pclose(pipe);
-  return out;
 }
 
 // The lines of a journal, without their CR LF.
@@ -139,7 +112,7 @@ TEST_F(Companions, AFileBackUpArchivesEachEntryAndWritesItsFiguresAndJournal) {
   WriteFile(app_ + "/Bin/ServerBackup.Tnx", dir_ + "/data\\|Subs\r\n" + dir_ + "/other\\|None\r\n" +
                                                 dir_ + "/single\\e.txt|File\r\n");
   Settings("");
-  ASSERT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}), 0);
+  ASSERT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}).code, 0);
 
   const auto archives = Archives(bu_);
   ASSERT_EQ(archives.size(), 1u);
@@ -148,10 +121,10 @@ TEST_F(Companions, AFileBackUpArchivesEachEntryAndWritesItsFiguresAndJournal) {
   const std::string archive = bu_ + "/" + archives[0];
   const std::string root = dir_.substr(1);
   std::set<std::string> held;
-  for (const std::string& line : Lines(Output("tar -tzf '" + archive + "'"))) held.insert(line);
+  for (const std::string& line : Lines(RunProgram({"tar", "-tzf", archive}).out)) held.insert(line);
   EXPECT_EQ(held, (std::set<std::string>{root + "/data/a.txt", root + "/data/sub/b.txt",
                                          root + "/other/c.txt", root + "/single/e.txt"}));
-  EXPECT_EQ(Output("tar -xzOf '" + archive + "' '" + root + "/data/sub/b.txt'"), "beta");
+  EXPECT_EQ(RunProgram({"tar", "-xzOf", archive, root + "/data/sub/b.txt"}).out, "beta");
 
   const std::string settings = ReadFile(app_ + "/Bin/Tarnex.Tnx");
   EXPECT_EQ(Key(settings, "BU File Total Cnt"), "1");
@@ -165,7 +138,7 @@ TEST_F(Companions, AFileBackUpArchivesEachEntryAndWritesItsFiguresAndJournal) {
 
   // A second run adds an archive; the figures count both.
   Put("data/g.txt", "new");
-  ASSERT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}), 0);
+  ASSERT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}).code, 0);
   const auto both = Archives(bu_);
   ASSERT_EQ(both.size(), 2u);
   const std::string again = ReadFile(app_ + "/Bin/Tarnex.Tnx");
@@ -179,7 +152,7 @@ TEST_F(Companions, AFailedBackUpEndsWithOneAndGivesItsReasonInTheJournal) {
   Put("data/a.txt", "alpha");
   WriteFile(app_ + "/Bin/ServerBackup.Tnx", dir_ + "/data\\|Subs\r\n");
   WriteFile(app_ + "/Bin/Tarnex.Tnx", "[Server]\r\nBU Path=" + dir_ + "/nowhere\r\n");
-  EXPECT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}), 1);
+  EXPECT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}).code, 1);
   auto journal = Lines(ReadFile(app_ + "/Events/BackUp.txt"));
   ASSERT_EQ(journal.size(), 1u);
   EXPECT_NE(journal[0].find("File back-up failed: the back-up location \"" + dir_ +
@@ -191,7 +164,7 @@ TEST_F(Companions, AFailedBackUpEndsWithOneAndGivesItsReasonInTheJournal) {
   // A listed folder that is not there.
   Settings("");
   WriteFile(app_ + "/Bin/ServerBackup.Tnx", dir_ + "/missing\\|None\r\n");
-  EXPECT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}), 1);
+  EXPECT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-S"}).code, 1);
   journal = Lines(ReadFile(app_ + "/Events/BackUp.txt"));
   ASSERT_EQ(journal.size(), 2u);
   EXPECT_NE(journal[1].find("File back-up failed: cannot read the folder " + dir_ + "/missing"),
@@ -200,7 +173,7 @@ TEST_F(Companions, AFailedBackUpEndsWithOneAndGivesItsReasonInTheJournal) {
   EXPECT_TRUE(Archives(bu_).empty()) << "nothing is left behind";
 
   // An unknown switch is refused without a journal line.
-  EXPECT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-X"}), 2);
+  EXPECT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-X"}).code, 2);
   EXPECT_EQ(Lines(ReadFile(app_ + "/Events/BackUp.txt")).size(), 2u);
 }
 
@@ -219,7 +192,7 @@ TEST_F(Companions, AFullBackUpClosesTheListedProgramsAndStartsThemAgain) {
   WriteFile(app_ + "/Bin/ServerBackup.Tnx", dir_ + "/data\\|Subs\r\n");
   Settings("Close Prog 2=" + keeper + "\r\nCmdLine 2=90\r\nClose Prog 3=" + dir_ +
            "/not-running.exe\r\nCmdLine 3=1\r\n");
-  ASSERT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-F"}), 0);
+  ASSERT_EQ(RunProgram({app_ + "/TarnexSBackup.exe", "-F"}).code, 0);
 
   int status = 0;
   ASSERT_EQ(waitpid(first, &status, 0), first);
@@ -255,7 +228,7 @@ TEST_F(Companions, TheSendingCompanionCopiesNewArchivesAndCountsThemAtEachDestin
   Put("bu/notes.txt", "not an archive");
   Settings("", "[Offsite]\r\nDest 1=" + dir_ + "/remote1\r\nDest 3=" + dir_ +
                    "/missing/deeper/still\r\n");
-  EXPECT_EQ(RunProgram({app_ + "/SendBU.exe", "--once"}), 1) << "one destination failed";
+  EXPECT_EQ(RunProgram({app_ + "/SendBU.exe", "--once"}).code, 1) << "one destination failed";
   EXPECT_EQ(Archives(dir_ + "/remote1"),
             (std::vector<std::string>{"TarnexBU-F-20121114-010000.tar.gz",
                                       "TarnexBU-S-20121114-100000.tar.gz"}));
@@ -276,7 +249,7 @@ TEST_F(Companions, TheSendingCompanionCopiesNewArchivesAndCountsThemAtEachDestin
   // Only what is new goes; the figures count what the destination holds.
   Settings("", "[Offsite]\r\nDest 1=" + dir_ + "/remote1\r\n");
   Put("bu/TarnexBU-S-20121114-110000.tar.gz", std::string(40, 'c'));
-  EXPECT_EQ(RunProgram({app_ + "/SendBU.exe", "--once"}), 0);
+  EXPECT_EQ(RunProgram({app_ + "/SendBU.exe", "--once"}).code, 0);
   journal = Lines(ReadFile(app_ + "/Events/Offsite.txt"));
   ASSERT_EQ(journal.size(), 3u);
   EXPECT_TRUE(EndsWith(journal[2], "sent 1 new back-up files (40 bytes)")) << journal[2];
@@ -284,7 +257,7 @@ TEST_F(Companions, TheSendingCompanionCopiesNewArchivesAndCountsThemAtEachDestin
   EXPECT_EQ(Key(settings, "Offsite 1 Total Cnt"), "3");
   EXPECT_EQ(Key(settings, "Offsite 1 Total Size"), "390");
   // Nothing new: no line.
-  EXPECT_EQ(RunProgram({app_ + "/SendBU.exe", "--once"}), 0);
+  EXPECT_EQ(RunProgram({app_ + "/SendBU.exe", "--once"}).code, 0);
   EXPECT_EQ(Lines(ReadFile(app_ + "/Events/Offsite.txt")).size(), 3u);
 }
 

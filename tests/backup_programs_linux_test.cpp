@@ -20,7 +20,7 @@
 #include "core/context.h"
 #include "core/profile.h"
 #include "platform/linux/linux_platform.h"
-#include "tests/test_support.h"
+#include "tests/server_process.h"
 
 namespace tarnex::testing {
 namespace {
@@ -58,16 +58,9 @@ class HostLookUp : public ::testing::Test {
 
   // Starts `args` in `folder`; the child is killed and reaped at the end.
   pid_t Start(const std::vector<std::string>& args, const std::string& folder = "/") {
-    const pid_t pid = fork();
-    if (pid == 0) {
-      if (chdir(folder.c_str()) != 0) _exit(127);
-      std::vector<std::string> copy = args;
-      std::vector<char*> argv;
-      for (auto& a : copy) argv.push_back(a.data());
-      argv.push_back(nullptr);
-      execv(copy[0].c_str(), argv.data());
-      _exit(127);
-    }
+    SpawnOptions options;
+    options.folder = folder;
+    const pid_t pid = SpawnProgram(args, 1, 2, options);
     children_.push_back(pid);
     return pid;
   }

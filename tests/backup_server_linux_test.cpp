@@ -21,79 +21,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include "core/profile.h"
+#include "platform/native/native_files.h"
+#include "tests/loopback_client.h"
 #include "tests/server_process.h"
 
 namespace tarnex::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
-
-int FreePort() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in a{};
-  a.sin_family = AF_INET;
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-  socklen_t len = sizeof a;
-  getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-  close(fd);
-  return ntohs(a.sin_port);
-}
-
-// A monitor on loopback that keeps everything the server sends.
-class Watcher {
- public:
-  ~Watcher() {
-    if (fd_ >= 0) close(fd_);
-  }
-  bool Connect(int port, int seconds) {
-    const auto end = Clock::now() + std::chrono::seconds(seconds);
-    while (Clock::now() < end) {
-      fd_ = socket(AF_INET, SOCK_STREAM, 0);
-      sockaddr_in a{};
-      a.sin_family = AF_INET;
-      a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      a.sin_port = htons(static_cast<uint16_t>(port));
-      if (connect(fd_, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0) return true;
-      close(fd_);
-      fd_ = -1;
-      usleep(100 * 1000);
-    }
-    return false;
-  }
-  void Send(const std::string& text) { send(fd_, text.data(), text.size(), MSG_NOSIGNAL); }
-  // Reads until `what` comes after position `from`; its position, or npos
-  // at the give-up or when the server closes.
-  size_t WaitFor(const std::string& what, size_t from, int seconds) {
-    const auto end = Clock::now() + std::chrono::seconds(seconds);
-    for (;;) {
-      const size_t at = got_.find(what, from);
-      if (at != std::string::npos) return at;
-      if (Clock::now() >= end) return std::string::npos;
-      pollfd p{fd_, POLLIN, 0};
-      if (poll(&p, 1, 200) <= 0) continue;
-      char buffer[65536];
-      const ssize_t n = recv(fd_, buffer, sizeof buffer, 0);
-      if (n <= 0) return std::string::npos;
-      got_.append(buffer, static_cast<size_t>(n));
-    }
-  }
-  const std::string& got() const { return got_; }
-
- private:
-  int fd_ = -1;
-  std::string got_;
-};
-
-std::string Key(const std::string& settings, const std::string& key) {
-  std::istringstream in(settings);
-  for (std::string line; std::getline(in, line);) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    if (line.rfind(key + "=", 0) == 0) return line.substr(key.size() + 1);
-  }
-  return {};
-}
 
 class ServerOnHost : public LauncherTest {
  protected:
@@ -132,14 +68,18 @@ TEST_F(ServerOnHost, AOneMinuteIntervalBacksAFolderUpThroughTheRealCompanion) {
       Spawn({"--app-path", app_, "--boot-dir", dir_ + "/units", "--dump-model", dump}, out_, err_);
   ASSERT_GT(pid_, 0);
 
-  Watcher monitor;
-  ASSERT_TRUE(monitor.Connect(port, 120));
-  ASSERT_NE(monitor.WaitFor("XP", 0, 120), std::string::npos);
+  LoopbackClient monitor(300);
+  ASSERT_TRUE(monitor.Connect(port));
+  const auto arrived = [&monitor](const std::string& what, size_t from) {
+    monitor.ReadUntil([&](const std::string& got) { return got.find(what, from) != got.npos; });
+    return monitor.got().find(what, from);
+  };
+  ASSERT_NE(arrived("XP", 0), std::string::npos);
   monitor.Send("CHKpwcc");
   // The countdown, then the start of the run, then its end.
-  const size_t countdown = monitor.WaitFor("Next File BU: ", 0, 120);
+  const size_t countdown = arrived("Next File BU: ", 0);
   ASSERT_NE(countdown, std::string::npos) << monitor.got().substr(0, 400);
-  const size_t complete = monitor.WaitFor("Last BU Complete: ", countdown, 300);
+  const size_t complete = arrived("Last BU Complete: ", countdown);
   ASSERT_NE(complete, std::string::npos);
   // Frames go out every cycle, between two ticks of the back-up clock, so
   // the start of the run shows before its end.
@@ -152,21 +92,17 @@ TEST_F(ServerOnHost, AOneMinuteIntervalBacksAFolderUpThroughTheRealCompanion) {
   for (const auto& e : fs::directory_iterator(bu)) archives.push_back(e.path().filename());
   ASSERT_EQ(archives.size(), 1u);
   EXPECT_EQ(archives[0].rfind("TarnexBU-S-", 0), 0u) << archives[0];
-  std::string listing;
-  if (FILE* p = popen(("tar -tzf '" + bu + "/" + archives[0] + "'").c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, p)) > 0;) listing.append(buffer, n);
-    pclose(p);
-  }
   std::set<std::string> held;
-  std::istringstream lines(listing);
+  std::istringstream lines(RunProgram({"tar", "-tzf", bu + "/" + archives[0]}).out);
   for (std::string line; std::getline(lines, line);) held.insert(line);
   EXPECT_EQ(held,
             (std::set<std::string>{data.substr(1) + "/one.txt", data.substr(1) + "/sub/two.txt"}));
-  const std::string settings = ReadFile(app_ + "/Bin/Tarnex.Tnx");
-  EXPECT_EQ(Key(settings, "BU File Total Cnt"), "1");
-  EXPECT_EQ(Key(settings, "BU File Total Size"),
-            std::to_string(fs::file_size(bu + "/" + archives[0])));
+  NativeFiles files;
+  const auto key = [&](const char* name) {
+    return ProfileStore(files).Read(app_ + "/Bin/Tarnex.Tnx", "Server", name);
+  };
+  EXPECT_EQ(key("BU File Total Cnt"), "1");
+  EXPECT_EQ(key("BU File Total Size"), std::to_string(fs::file_size(bu + "/" + archives[0])));
   EXPECT_NE(ReadFile(app_ + "/Events/BackUp.txt").find("File back-up complete: 2 files in "),
             std::string::npos);
 

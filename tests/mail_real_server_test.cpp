@@ -19,23 +19,6 @@
 namespace tarnex::testing {
 namespace {
 
-// A loopback port on which nothing listens (bound, then let go).
-int FreePort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in addr{};
-  addr.sin_family = AF_INET;
-  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  addr.sin_port = 0;
-  socklen_t len = sizeof addr;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {
-    ::close(fd);
-    return 0;
-  }
-  ::close(fd);
-  return ntohs(addr.sin_port);
-}
-
 std::string WithoutLastLineEnd(const std::string& text) {
   return text.size() >= 2 && text.compare(text.size() - 2, 2, "\r\n") == 0
              ? text.substr(0, text.size() - 2)

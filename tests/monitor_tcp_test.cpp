@@ -18,94 +18,14 @@
 #include <random>
 
 #include "base/legacy.h"
+#include "tests/loopback_client.h"
 #include "tests/server_process.h"
 #include "tools/monitor_protocol.h"
 
 namespace tarnex::testing {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-constexpr int kGiveUpSeconds = 60;
-
-// A port that nothing listens on right now.
-int FreePort() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in a{};
-  a.sin_family = AF_INET;
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  a.sin_port = 0;
-  bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-  socklen_t len = sizeof a;
-  getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-  close(fd);
-  return ntohs(a.sin_port);
-}
-
-// One monitor: a plain TCP client of loopback.
-class Monitor {
- public:
-  ~Monitor() { Drop(); }
-  // Connects, trying again while the port refuses, up to the give-up.
-  bool Connect(int port) {
-    const auto end = Clock::now() + std::chrono::seconds(kGiveUpSeconds);
-    while (Clock::now() < end) {
-      fd_ = socket(AF_INET, SOCK_STREAM, 0);
-      sockaddr_in a{};
-      a.sin_family = AF_INET;
-      a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      a.sin_port = htons(static_cast<uint16_t>(port));
-      if (connect(fd_, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0) return true;
-      close(fd_);
-      fd_ = -1;
-      usleep(50 * 1000);
-    }
-    return false;
-  }
-  void Send(const std::string& bytes) {
-    size_t at = 0;
-    while (at < bytes.size()) {
-      const ssize_t n = send(fd_, bytes.data() + at, bytes.size() - at, MSG_NOSIGNAL);
-      if (n <= 0) return;
-      at += static_cast<size_t>(n);
-    }
-  }
-  // Reads until `done` holds of what came, the peer closes, or the give-up.
-  bool ReadUntil(const std::function<bool(const std::string&)>& done) {
-    const auto end = Clock::now() + std::chrono::seconds(kGiveUpSeconds);
-    while (!done(got_)) {
-      if (closed_ || Clock::now() >= end) return false;
-      pollfd p{fd_, POLLIN, 0};
-      if (poll(&p, 1, 200) <= 0) continue;
-      char buffer[65536];
-      const ssize_t n = recv(fd_, buffer, sizeof buffer, 0);
-      if (n <= 0) {
-        closed_ = true;
-        continue;
-      }
-      got_.append(buffer, static_cast<size_t>(n));
-    }
-    return true;
-  }
-  bool WaitClosed() {
-    ReadUntil([this](const std::string&) { return closed_; });
-    return closed_;
-  }
-  void Drop() {
-    if (fd_ >= 0) close(fd_);
-    fd_ = -1;
-  }
-  const std::string& got() const { return got_; }
-  size_t Count(const std::string& what) const {
-    size_t n = 0;
-    for (size_t at = got_.find(what); at != std::string::npos; at = got_.find(what, at + 1)) ++n;
-    return n;
-  }
-
- private:
-  int fd_ = -1;
-  std::string got_;
-  bool closed_ = false;
-};
+using Monitor = LoopbackClient;
 
 // The fields of each block of the first whole frame after `from`.
 std::vector<size_t> FieldCounts(const std::string& got, size_t from) {
@@ -130,8 +50,9 @@ const std::vector<size_t> kCounts = {8, 12, 12, 8, 8, 6};
 class MonitorTcp : public LauncherTest {
  protected:
   void StartServer(const std::string& extra = "") {
-    port_ = FreePort();
-    port2_ = FreePort();
+    const std::vector<int> ports = FreePorts(2);
+    port_ = ports[0];
+    port2_ = ports[1];
     std::filesystem::create_directories(app_ + "/Bin");
     WriteFile(app_ + "/Bin/Tarnex.Tnx",
               "[Server]\r\nMonitor CPU Port=" + std::to_string(port_) +
@@ -306,22 +227,6 @@ TEST_F(MonitorTcp, ManyConnectAndDropCyclesLeaveTheServerSampling) {
 
 // The terminal monitor against the running server.
 
-// Runs a program to its end, its standard output captured.
-Result RunProgram(const std::vector<std::string>& args) {
-  std::string command;
-  for (const auto& a : args) command += "'" + a + "' ";
-  command += "2>&1";
-  Result r;
-  FILE* p = popen(command.c_str(), "r");
-  if (p == nullptr) return r;
-  char buffer[4096];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof buffer, p)) > 0) r.out.append(buffer, n);
-  const int status = pclose(p);
-  r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return r;
-}
-
 // The latest whole frame a plain client has had.
 monitor::Frame FrameOf(const std::string& got) {
   monitor::Stream s;
@@ -380,7 +285,7 @@ TEST_F(MonitorTcp, TheTerminalMonitorOnScreenUnderTmuxShowsTheFramesFigures) {
         return screen.find("Server clock: ") != std::string::npos &&
                screen.find("Logged on") != std::string::npos;
       },
-      kGiveUpSeconds * 10);
+      600);
   RunProgram({"tmux", "-L", sock, "send-keys", "q"});
   WaitFor([&] { return RunProgram({"tmux", "-L", sock, "has-session"}).code != 0; }, 50);
   RunProgram({"tmux", "-L", sock, "kill-server"});

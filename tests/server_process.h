@@ -34,6 +34,8 @@ struct SpawnOptions {
   // When set, the child reads one byte from it before it starts the program,
   // so that the test can prepare what depends on the child's process id.
   int gate = -1;
+  // The folder the program starts in; "": the test's own.
+  std::string folder;
 };
 
 // The user and group ids of a user of this host; false when there is none.
@@ -45,8 +47,10 @@ inline bool UserIds(const std::string& name, uid_t& uid, gid_t& gid) {
   return true;
 }
 
-inline pid_t Spawn(const std::vector<std::string>& args, int out_fd, int err_fd,
-                   const SpawnOptions& options = {}) {
+// Starts a program (`args[0]`, a path or a name looked up in PATH) with its
+// standard output and error on the descriptors given.
+inline pid_t SpawnProgram(std::vector<std::string> args, int out_fd, int err_fd,
+                          const SpawnOptions& options = {}) {
   uid_t uid = 0;
   gid_t gid = 0;
   const bool as_user = !options.user.empty() && UserIds(options.user, uid, gid);
@@ -61,23 +65,32 @@ inline pid_t Spawn(const std::vector<std::string>& args, int out_fd, int err_fd,
       char byte = 0;
       if (read(options.gate, &byte, 1) != 1) _exit(125);
     }
+    if (!options.folder.empty() && chdir(options.folder.c_str()) != 0) _exit(124);
     std::vector<char*> argv;
-    std::string program = TARNEX_SERVER_BINARY;
-    argv.push_back(program.data());
-    // A run that does not ask for the operator console keeps it off: the
-    // console's default port is one for the whole machine, and tests run
-    // side by side.
-    std::vector<std::string> copy = args;
-    if ((copy.empty() || copy[0] != "ctl") &&
-        std::find(copy.begin(), copy.end(), "--console") == copy.end()) {
-      copy.insert(copy.begin(), {"--console", "off"});
-    }
-    for (auto& a : copy) argv.push_back(a.data());
+    for (auto& a : args) argv.push_back(a.data());
     argv.push_back(nullptr);
-    execv(program.c_str(), argv.data());
+    execvp(args[0].c_str(), argv.data());
     _exit(127);
   }
   return pid;
+}
+
+// The server's command line. A run that does not ask for the operator
+// console keeps it off: the console's default port is one for the whole
+// machine, and tests run side by side.
+inline std::vector<std::string> ServerCommand(const std::vector<std::string>& args) {
+  std::vector<std::string> command{TARNEX_SERVER_BINARY};
+  if ((args.empty() || args[0] != "ctl") &&
+      std::find(args.begin(), args.end(), "--console") == args.end()) {
+    command.insert(command.end(), {"--console", "off"});
+  }
+  command.insert(command.end(), args.begin(), args.end());
+  return command;
+}
+
+inline pid_t Spawn(const std::vector<std::string>& args, int out_fd, int err_fd,
+                   const SpawnOptions& options = {}) {
+  return SpawnProgram(ServerCommand(args), out_fd, err_fd, options);
 }
 
 // Waits for a child; one that has not ended after `seconds` is killed, so a
@@ -95,12 +108,13 @@ inline int Reap(pid_t pid, int seconds = 120) {
   return 128 + SIGKILL;
 }
 
-inline Result RunServer(const std::vector<std::string>& args, const SpawnOptions& options = {}) {
+// Runs a program to its end: its exit code and what it wrote.
+inline Result RunProgram(const std::vector<std::string>& args, const SpawnOptions& options = {}) {
   const std::string dir = MakeTempDir();
   const std::string out_path = dir + "/out", err_path = dir + "/err";
   const int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   const int err = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  const pid_t pid = Spawn(args, out, err, options);
+  const pid_t pid = SpawnProgram(args, out, err, options);
   close(out);
   close(err);
   Result r;
@@ -109,6 +123,10 @@ inline Result RunServer(const std::vector<std::string>& args, const SpawnOptions
   r.err = ReadFile(err_path);
   std::filesystem::remove_all(dir);
   return r;
+}
+
+inline Result RunServer(const std::vector<std::string>& args, const SpawnOptions& options = {}) {
+  return RunProgram(ServerCommand(args), options);
 }
 
 // A whole run on the simulated machine: the scenario goes to

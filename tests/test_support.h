@@ -15,6 +15,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "core/app.h"
 #include "platform/fault_platform.h"
@@ -81,26 +82,38 @@ inline std::string FreshSettings(const std::string& server = "", const std::stri
 }
 inline const std::string kFreshSettings = FreshSettings();
 
-// Keys of section Server that give the five monitor slots ports of their own,
-// free when asked for (the system picks them, so parallel tests don't meet).
-// Start-up's own cycle waits half a second for each slot it finds unopened,
-// so a test that counts ticks from the start gives the slots their ports.
-inline std::string MonitorPorts() {
-  std::string keys;
-  int sockets[5];
-  for (int i = 0; i < 5; ++i) {
-    sockets[i] = socket(AF_INET, SOCK_STREAM, 0);
+// `n` different ports that nothing listens on at the moment of asking: the
+// system picks them, so tests running side by side do not meet.
+inline std::vector<int> FreePorts(int n) {
+  std::vector<int> ports, sockets;
+  for (int i = 0; i < n; ++i) {
+    sockets.push_back(socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     socklen_t size = sizeof address;
-    if (bind(sockets[i], reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-        getsockname(sockets[i], reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+    if (bind(sockets.back(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        getsockname(sockets.back(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
       ADD_FAILURE() << "no free port";
     }
-    keys += "Monitor CPU Port" + (i == 0 ? std::string() : " " + std::to_string(i + 1)) + "=" +
-            std::to_string(ntohs(address.sin_port)) + "\r\n";
+    ports.push_back(ntohs(address.sin_port));
   }
   for (int fd : sockets) close(fd);
+  return ports;
+}
+inline int FreePort() {
+  return FreePorts(1)[0];
+}
+
+// Keys of section Server that give the five monitor slots free ports of their
+// own. Start-up's own cycle waits half a second for each slot it finds
+// unopened, so a test that counts ticks from the start gives the slots ports.
+inline std::string MonitorPorts() {
+  std::string keys;
+  const std::vector<int> ports = FreePorts(5);
+  for (int i = 0; i < 5; ++i) {
+    keys += "Monitor CPU Port" + (i == 0 ? std::string() : " " + std::to_string(i + 1)) + "=" +
+            std::to_string(ports[static_cast<size_t>(i)]) + "\r\n";
+  }
   return keys;
 }
 
