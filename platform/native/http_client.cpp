@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/native/native_network.h"
+
 namespace tarnex {
 
 namespace {
@@ -71,17 +73,7 @@ HttpReply HttpFetch(const HttpCall& call) {
   }
   sockaddr_storage address{};
   socklen_t length = 0;
-  auto* a4 = reinterpret_cast<sockaddr_in*>(&address);
-  auto* a6 = reinterpret_cast<sockaddr_in6*>(&address);
-  if (inet_pton(AF_INET, host.c_str(), &a4->sin_addr) == 1) {
-    a4->sin_family = AF_INET;
-    a4->sin_port = htons(static_cast<uint16_t>(port));
-    length = sizeof(sockaddr_in);
-  } else if (inet_pton(AF_INET6, host.c_str(), &a6->sin6_addr) == 1) {
-    a6->sin6_family = AF_INET6;
-    a6->sin6_port = htons(static_cast<uint16_t>(port));
-    length = sizeof(sockaddr_in6);
-  } else {
+  if (!NumericSocketAddress(host, port, address, length)) {
     reply.error = "the host must be a numeric address: '" + host + "'";
     return reply;
   }

@@ -13,6 +13,8 @@
 #include <cstring>
 #include <set>
 
+#include "platform/native/native_network.h"
+
 namespace tarnex {
 
 namespace {
@@ -188,23 +190,12 @@ std::string NativeHttpServer::Listen(const std::string& host, int port, Handler 
   if (daemon_ != nullptr) return "the server listens already";
   sockaddr_storage address{};
   socklen_t length = 0;
-  bool v6 = false;
-  auto* a4 = reinterpret_cast<sockaddr_in*>(&address);
-  auto* a6 = reinterpret_cast<sockaddr_in6*>(&address);
-  if (inet_pton(AF_INET, host.c_str(), &a4->sin_addr) == 1) {
-    a4->sin_family = AF_INET;
-    a4->sin_port = htons(static_cast<uint16_t>(port));
-    length = sizeof(sockaddr_in);
-  } else if (inet_pton(AF_INET6, host.c_str(), &a6->sin6_addr) == 1) {
-    a6->sin6_family = AF_INET6;
-    a6->sin6_port = htons(static_cast<uint16_t>(port));
-    length = sizeof(sockaddr_in6);
-    v6 = true;
-  } else {
+  if (!NumericSocketAddress(host, port, address, length)) {
     return "cannot listen on " + host + ":" + std::to_string(port) +
            ": the host must be a numeric IPv4 or IPv6 address";
   }
-  const int fd = socket(v6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  const bool v6 = address.ss_family == AF_INET6;
+  const int fd = socket(address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (fd < 0) return Problem(host, port, errno);
   const int one = 1;
   setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof(one));

@@ -20,6 +20,26 @@ int64_t Outcome(ssize_t n) {
 
 }  // namespace
 
+bool NumericSocketAddress(const std::string& host, int port, sockaddr_storage& address,
+                          socklen_t& length) {
+  address = {};
+  auto* a4 = reinterpret_cast<sockaddr_in*>(&address);
+  auto* a6 = reinterpret_cast<sockaddr_in6*>(&address);
+  if (inet_pton(AF_INET, host.c_str(), &a4->sin_addr) == 1) {
+    a4->sin_family = AF_INET;
+    a4->sin_port = htons(static_cast<uint16_t>(port));
+    length = sizeof(sockaddr_in);
+    return true;
+  }
+  if (inet_pton(AF_INET6, host.c_str(), &a6->sin6_addr) == 1) {
+    a6->sin6_family = AF_INET6;
+    a6->sin6_port = htons(static_cast<uint16_t>(port));
+    length = sizeof(sockaddr_in6);
+    return true;
+  }
+  return false;
+}
+
 int NativeNetwork::Listen(int port, int& bound_port) {
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (fd < 0) return -1;

@@ -1,9 +1,18 @@
 // The host's TCP sockets over IPv4, non-blocking.
 #pragma once
 
+#include <sys/socket.h>
+
+#include <string>
+
 #include "platform/network.h"
 
 namespace tarnex {
+
+// A numeric IPv4 or IPv6 host (no brackets) and a port as a socket address;
+// false when the host is not a numeric address.
+bool NumericSocketAddress(const std::string& host, int port, sockaddr_storage& address,
+                          socklen_t& length);
 
 class NativeNetwork : public Network {
  public:
