@@ -111,23 +111,18 @@ std::string MetricsText(const ServerModel& m, double uptime_seconds) {
   w.Sample(m.DiskWriteMonth, Label("period", "month"));
   // The network, adapter by adapter, and the totals of the periods.
   const int adapters = m.AdapterCount < 0 ? 0 : (m.AdapterCount > 6 ? 6 : m.AdapterCount);
-  w.Family("tarnex_network_receive_bytes_per_second", "gauge", "Bytes received a second.");
-  for (int i = 0; i < adapters; ++i) {
-    w.Sample(m.AdapterBytesRec[i], Label("device", m.AdapterName[i]));
-  }
-  w.Family("tarnex_network_transmit_bytes_per_second", "gauge", "Bytes sent a second.");
-  for (int i = 0; i < adapters; ++i) {
-    w.Sample(m.AdapterBytesSent[i], Label("device", m.AdapterName[i]));
-  }
-  w.Family("tarnex_network_receive_errors_per_second", "gauge",
-           "Received packets in error a second.");
-  for (int i = 0; i < adapters; ++i) {
-    w.Sample(m.AdapterRecErrors[i], Label("device", m.AdapterName[i]));
-  }
-  w.Family("tarnex_network_transmit_errors_per_second", "gauge", "Sent packets in error a second.");
-  for (int i = 0; i < adapters; ++i) {
-    w.Sample(m.AdapterOutErrors[i], Label("device", m.AdapterName[i]));
-  }
+  const auto per_adapter = [&](const char* name, const char* help, const auto& values) {
+    w.Family(name, "gauge", help);
+    for (int i = 0; i < adapters; ++i) w.Sample(values[i], Label("device", m.AdapterName[i]));
+  };
+  per_adapter("tarnex_network_receive_bytes_per_second", "Bytes received a second.",
+              m.AdapterBytesRec);
+  per_adapter("tarnex_network_transmit_bytes_per_second", "Bytes sent a second.",
+              m.AdapterBytesSent);
+  per_adapter("tarnex_network_receive_errors_per_second", "Received packets in error a second.",
+              m.AdapterRecErrors);
+  per_adapter("tarnex_network_transmit_errors_per_second", "Sent packets in error a second.",
+              m.AdapterOutErrors);
   w.Family("tarnex_network_receive_bytes", "gauge",
            "Bytes received by all adapters since the period began.");
   w.Sample(TextNumber(m.DailyRec), Label("period", "day"));
