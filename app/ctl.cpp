@@ -200,31 +200,23 @@ void Show(const json& m, bool tty) {
 
 int Watch(const Console& c, long count) {
   json model = json::object();
-  std::string pending;
   long frames = 0;
   const bool tty = isatty(1) != 0;
   HttpCall call;
   call.address = c.address;
   call.target = "/api/events";
   call.headers = {{"Authorization", "Bearer " + c.token}};
-  call.on_body = [&](const std::string& piece) {
-    pending += piece;
-    for (size_t end; (end = pending.find("\n\n")) != std::string::npos;) {
-      const std::string block = pending.substr(0, end);
-      pending.erase(0, end + 2);
-      const size_t data = block.find("data: ");
-      if (block.rfind("event: frame\n", 0) != 0 || data == std::string::npos) continue;
-      const json frame = json::parse(block.substr(data + 6), nullptr, false);
-      if (!frame.is_object()) continue;
-      if (frame.contains("changed") && frame["changed"].is_object()) {
-        for (const auto& [k, v] : frame["changed"].items()) model[k] = v;
-      }
-      model["time"] = frame.value("time", std::string());
-      Show(model, tty);
-      if (count > 0 && ++frames >= count) return false;
+  call.on_body = EventStreamReader([&](const std::string& event, const std::string& data) {
+    if (event != "frame") return true;
+    const json frame = json::parse(data, nullptr, false);
+    if (!frame.is_object()) return true;
+    if (frame.contains("changed") && frame["changed"].is_object()) {
+      for (const auto& [k, v] : frame["changed"].items()) model[k] = v;
     }
-    return true;
-  };
+    model["time"] = frame.value("time", std::string());
+    Show(model, tty);
+    return count <= 0 || ++frames < count;
+  });
   const HttpReply r = HttpFetch(call);
   if (r.status != 200) return Fail(Problem(r));
   if (count > 0 && frames < count) return Fail("the server closed the stream");

@@ -276,23 +276,14 @@ TEST_F(ConsoleServer, AChangeOfStateFromABrowserMustComeFromTheConsolesOwnPage) 
 // The frames of an event stream as they come, until `wanted` have come.
 std::vector<json> ReadFrames(const std::string& address, const std::string& token, size_t wanted) {
   std::vector<json> frames;
-  std::string pending;
   HttpCall call;
   call.address = address;
   call.target = "/api/events";
   call.headers = {{"Authorization", "Bearer " + token}};
-  call.on_body = [&](const std::string& piece) {
-    pending += piece;
-    for (size_t end; (end = pending.find("\n\n")) != std::string::npos;) {
-      const std::string block = pending.substr(0, end);
-      pending.erase(0, end + 2);
-      const size_t data = block.find("data: ");
-      if (block.rfind("event: frame\n", 0) == 0 && data != std::string::npos) {
-        frames.push_back(json::parse(block.substr(data + 6)));
-      }
-    }
+  call.on_body = EventStreamReader([&](const std::string& event, const std::string& data) {
+    if (event == "frame") frames.push_back(json::parse(data));
     return frames.size() < wanted;
-  };
+  });
   const HttpReply r = HttpFetch(call);
   EXPECT_EQ(r.status, 200) << r.error;
   EXPECT_EQ(r.headers.count("content-type") ? r.headers.at("content-type") : "",
@@ -453,6 +444,21 @@ TEST_F(ConsoleServer, StartAtBootSetFromTheShellEnablesAndDisablesTheInstalledPa
   EXPECT_FALSE(Exists(boot + "/tarnex-server.service")) << "no unit of its own";
   toggle(0);
   EXPECT_FALSE(std::filesystem::is_symlink(link));
+}
+
+TEST(EventStreamReader, CutsEventsAcrossPiecesPassesHeartbeatsAndStopsWhenAsked) {
+  std::vector<std::pair<std::string, std::string>> seen;
+  auto on_body = EventStreamReader([&](const std::string& event, const std::string& data) {
+    seen.emplace_back(event, data);
+    return seen.size() < 2;
+  });
+  EXPECT_TRUE(on_body("event: frame\nda"));
+  EXPECT_TRUE(seen.empty()) << "half an event waits for the rest";
+  EXPECT_TRUE(on_body("ta: {\"a\":1}\n\n: heartbeat\n\n"));
+  EXPECT_EQ(seen, (std::vector<std::pair<std::string, std::string>>{{"frame", "{\"a\":1}"}}));
+  EXPECT_FALSE(on_body("data: plain\n\nevent: frame\ndata: 3\n\n"));
+  EXPECT_EQ(seen.back(), (std::pair<std::string, std::string>{"", "plain"}));
+  EXPECT_EQ(seen.size(), 2u) << "nothing after the stop";
 }
 
 // The server itself, in this process: a client that stops reading is dropped

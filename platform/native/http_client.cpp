@@ -152,4 +152,23 @@ HttpReply HttpFetch(const HttpCall& call) {
   return reply;
 }
 
+std::function<bool(const std::string&)> EventStreamReader(
+    std::function<bool(const std::string& event, const std::string& data)> on_event) {
+  return [pending = std::string(),
+          on_event = std::move(on_event)](const std::string& piece) mutable {
+    pending += piece;
+    for (size_t end; (end = pending.find("\n\n")) != std::string::npos;) {
+      const std::string block = pending.substr(0, end);
+      pending.erase(0, end + 2);
+      const std::string kEvent = "event: ";
+      const std::string name = block.rfind(kEvent, 0) == 0
+                                   ? block.substr(kEvent.size(), block.find('\n') - kEvent.size())
+                                   : std::string();
+      const size_t data = block.find("data: ");
+      if (data != std::string::npos && !on_event(name, block.substr(data + 6))) return false;
+    }
+    return true;
+  };
+}
+
 }  // namespace tarnex

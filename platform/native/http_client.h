@@ -32,4 +32,10 @@ struct HttpCall {
 
 HttpReply HttpFetch(const HttpCall& call);
 
+// An `on_body` that cuts a stream of server-sent events into its events and
+// gives each one that carries data its name and data; `on_event` returns
+// false to stop reading.
+std::function<bool(const std::string&)> EventStreamReader(
+    std::function<bool(const std::string& event, const std::string& data)> on_event);
+
 }  // namespace tarnex
