@@ -317,7 +317,8 @@ bool OperatorConsole::Asset(const std::string& path, HttpResponse& response) {
   } kAssets[] = {{"/", "index.html", "text/html; charset=utf-8"},
                  {"/index.html", "index.html", "text/html; charset=utf-8"},
                  {"/console.css", "console.css", "text/css; charset=utf-8"},
-                 {"/console.js", "console.js", "text/javascript; charset=utf-8"}};
+                 {"/console.js", "console.js", "text/javascript; charset=utf-8"},
+                 {"/pages.js", "pages.js", "text/javascript; charset=utf-8"}};
   for (const auto& a : kAssets) {
     if (path != a.path) continue;
     std::string content;

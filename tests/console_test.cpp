@@ -423,6 +423,44 @@ TEST_F(ConsoleServer, TheShellReadsSetsDoesAndWatchesARunningServer) {
   EXPECT_NE(r.out.find("Free MEM: "), std::string::npos) << r.out;
 }
 
+TEST_F(ConsoleServer, TheShellsWatchUnderTmuxRedrawsTheFiguresEachSecond) {
+  if (RunProgram({"tmux", "-V"}).code != 0) GTEST_SKIP() << "no tmux on this machine";
+  ASSERT_NO_FATAL_FAILURE(Start());
+  const std::string sock = "tarnex-watch-" + std::to_string(getpid());
+  ASSERT_EQ(RunProgram({"tmux", "-L", sock, "new-session", "-d", "-x", "100", "-y", "30",
+                        std::string(TARNEX_SERVER_BINARY) + " ctl --app-path '" + app_ + "' watch"})
+                .code,
+            0);
+  // The screen is drawn again with each frame: the same lines, a later clock.
+  const auto clock_line = [](const std::string& screen) {
+    const size_t at = screen.find("SRV1  ");
+    return at == std::string::npos ? std::string() : screen.substr(at, screen.find('\n', at) - at);
+  };
+  std::string screen, first;
+  const bool redrawn = WaitFor(
+      [&] {
+        screen = RunProgram({"tmux", "-L", sock, "capture-pane", "-p"}).out;
+        const std::string line = clock_line(screen);
+        if (first.empty()) first = line;
+        return !line.empty() && line != first;
+      },
+      kGiveUpTenths);
+  RunProgram({"tmux", "-L", sock, "send-keys", "C-c"});
+  const bool ended = WaitFor(
+      [&] {
+        return RunProgram({"tmux", "-L", sock, "has-session"}).code != 0;
+      },
+      100);
+  RunProgram({"tmux", "-L", sock, "kill-server"});
+  ASSERT_TRUE(redrawn) << screen;
+  EXPECT_TRUE(ended) << "an interrupt ends the watch";
+  // One screen, drawn from the top: the name and clock on the first line.
+  EXPECT_EQ(screen.find("SRV1  "), 0u) << screen;
+  EXPECT_EQ(screen.find("SRV1  ", 1), std::string::npos) << screen;
+  EXPECT_NE(screen.find("Processor  "), std::string::npos) << screen;
+  EXPECT_NE(screen.find("Memory     Free MEM: "), std::string::npos) << screen;
+}
+
 TEST_F(ConsoleServer, StartAtBootSetFromTheShellEnablesAndDisablesTheInstalledPackagesUnit) {
   // This host, with the package's unit where the package puts it.
   const std::string boot = dir_ + "/boot", units = dir_ + "/units";
