@@ -167,6 +167,9 @@ TEST_F(ConsoleServer, ThePagesNeedNoTokenButWhatTheyShowDoes) {
   EXPECT_EQ(script.headers.at("content-type"), "text/javascript; charset=utf-8");
   EXPECT_NE(script.body.find("api/events"), std::string::npos);
   EXPECT_EQ(Call("GET", "/console.css").status, 200);
+  const HttpReply pages = Call("GET", "/pages.js");
+  ASSERT_EQ(pages.status, 200);
+  EXPECT_EQ(pages.body, ReadFile(std::string(TARNEX_SOURCE_DIR) + "/web/pages.js"));
   // Nothing else of the folder, nor of the machine.
   for (const char* other : {"/web/index.html", "/../CMakeLists.txt", "/Bin/Console.token"}) {
     EXPECT_EQ(Call("GET", other).status, 401) << other;
