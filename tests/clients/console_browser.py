@@ -14,7 +14,6 @@ import os
 import re
 import shutil
 import signal
-import socket
 import subprocess
 import sys
 import tempfile
@@ -27,12 +26,6 @@ from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.support.ui import WebDriverWait
 
 GIVE_UP = 60  # seconds to wait for anything before the test fails
-
-
-def free_port():
-    with socket.socket() as s:
-        s.bind(("127.0.0.1", 0))
-        return s.getsockname()[1]
 
 
 def wait_for(what, check, timeout=GIVE_UP):
@@ -66,18 +59,27 @@ class Console:
     def __init__(self, server, shots):
         self.shots = shots
         self.home = tempfile.mkdtemp(prefix="tarnex-browser-")
-        self.port = free_port()
         self.log = open(os.path.join(self.home, "server.log"), "w")
         self.server = subprocess.Popen(
-            [server, "--app-path", self.home, "--console", "127.0.0.1:%d" % self.port,
+            [server, "--app-path", self.home, "--console", "127.0.0.1:0",
              "--boot-dir", os.path.join(self.home, "boot")],
             stdout=self.log, stderr=subprocess.STDOUT)
-        token_file = os.path.join(self.home, "Bin", "Console.token")
-        wait_for("the console's token", lambda: os.path.exists(token_file)
-                 and os.path.getsize(token_file) >= 64)
-        with open(token_file) as f:
+        self.browser = None
+        try:
+            self.start_browser()
+        except BaseException:
+            self.close(keep=True)
+            raise
+
+    def start_browser(self):
+        # The console takes a free port and writes its address and token.
+        address = os.path.join(self.home, "Bin", "Console.address")
+        wait_for("the console's address", lambda: os.path.exists(address)
+                 and os.path.getsize(address) > 0)
+        with open(address) as f:
+            self.base = f.read().strip()
+        with open(os.path.join(self.home, "Bin", "Console.token")) as f:
             self.token = f.read().strip()
-        self.base = "http://127.0.0.1:%d" % self.port
         options = webdriver.ChromeOptions()
         options.binary_location = "/usr/bin/chromium"
         for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage",
@@ -86,13 +88,18 @@ class Console:
         self.browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
         self.browser.set_script_timeout(GIVE_UP)
 
-    def close(self):
-        self.browser.quit()
+    def close(self, keep=False):
+        """Stops the browser and the server; `keep` leaves the folder to look at."""
+        if self.browser:
+            self.browser.quit()
         if self.server.poll() is None:
             self.server.send_signal(signal.SIGTERM)
             self.server.wait(GIVE_UP)
         self.log.close()
-        shutil.rmtree(self.home, ignore_errors=True)
+        if keep:
+            print("the server's folder is kept:", self.home)
+        else:
+            shutil.rmtree(self.home, ignore_errors=True)
 
     def find(self, css):
         return self.browser.find_element(By.CSS_SELECTOR, css)
