@@ -232,28 +232,26 @@ const widgets = {
     return el("div", {className: "ticks"},
               ...item.labels.map((label, index) => widgets.check(page, {field: item.field, index, label})));
   },
+  // One of several: a number field holds the index picked; option buttons
+  // over an array hold True (-1) at the one picked.
   radio(page, item) {
     const group = el("div", {className: "ticks"});
+    const over = item.type === "options";
     item.labels.forEach((label, index) => {
       const r = el("input", {type: "radio", name: item.field, value: String(index)});
-      bind(r, (values) => { r.checked = Number(values[item.field]) === index; });
-      r.onchange = () => { if (r.checked) setField(page, item.field, undefined, index); };
-      group.append(el("label", {className: "tick"}, r, " " + label));
-    });
-    return group;
-  },
-  options(page, item) {
-    const group = el("div", {className: "ticks"});
-    item.labels.forEach((label, index) => {
-      const r = el("input", {type: "radio", name: item.field, value: String(index)});
-      bind(r, (values) => { r.checked = Number((values[item.field] || [])[index]) !== 0; });
+      bind(r, (values) => {
+        const v = values[item.field];
+        r.checked = over ? Number((v || [])[index]) !== 0 : Number(v) === index;
+      });
       r.onchange = () => {
-        if (r.checked) setField(page, item.field, undefined, item.labels.map((_, i) => (i === index ? -1 : 0)));
+        if (!r.checked) return;
+        setField(page, item.field, undefined, over ? item.labels.map((_, i) => (i === index ? -1 : 0)) : index);
       };
       group.append(el("label", {className: "tick"}, r, " " + label));
     });
     return group;
   },
+  options(page, item) { return widgets.radio(page, item); },
   show(page, item) {
     const out = el("output");
     out.dataset.field = item.field;

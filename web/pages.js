@@ -27,6 +27,13 @@ const slotName = (base, i) => (i === 0 ? base : base + (i + 1));
 
 const SAVE_CANCEL = {type: "buttons", items: [["Command1", "Save"], ["Command7", "Cancel"]]};
 
+// The bandwidth journal, daily or monthly as its menu set it.
+const BANDWIDTH = [
+  {type: "show", field: "Caption"},
+  {type: "pre", field: "Text1"},
+  {type: "buttons", items: [["Command2", "Write summary"], ["Command3", "Close"]]},
+];
+
 const PAGES = [
   {
     id: "remotes", title: "Remotes", form: "MainFrm", show: "Command4",
@@ -120,19 +127,11 @@ const PAGES = [
   },
   {
     id: "bandwidth-daily", title: "Daily Bandwidth", form: "frmBWSum", menu: "mnubw",
-    items: [
-      {type: "show", field: "Caption"},
-      {type: "pre", field: "Text1"},
-      {type: "buttons", items: [["Command2", "Write summary"], ["Command3", "Close"]]},
-    ],
+    items: BANDWIDTH,
   },
   {
     id: "bandwidth-monthly", title: "Monthly Bandwidth", form: "frmBWSum", menu: "mnubwm",
-    items: [
-      {type: "show", field: "Caption"},
-      {type: "pre", field: "Text1"},
-      {type: "buttons", items: [["Command2", "Write summary"], ["Command3", "Close"]]},
-    ],
+    items: BANDWIDTH,
   },
   {
     id: "CPUGraph", title: "CPU Usage", form: "CPUGraph", menu: "mnuCPUUse",
