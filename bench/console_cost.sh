@@ -8,7 +8,8 @@
 #     a window (30 s) at its 1 Hz cycle with no console client, then with the
 #     console page open in a headless chromium (logged in through
 #     /login?token=...), then with one `curl -N` on /api/events; the
-#     exporter's own processor time, unscraped, over the first window;
+#     exporter's own processor time, unscraped, over the first window, and
+#     scraped once a second over the last;
 #  2. requests per second of GET /api/model and GET /metrics with the bearer
 #     token, and of the exporter's GET /metrics, each with wrk (1 thread, 4
 #     connections, 10 s).
@@ -53,9 +54,10 @@ trap 'exit 130' INT TERM
 free_port() {
   python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
 }
-# utime + stime of a process, in ticks; its run time in ns.
+# utime + stime of a process (all its threads), in ticks; the run time of its
+# threads now alive, in ns.
 cpu_ticks() { awk '{ sub(/^.*\) /, ""); print $12 + $13 }' "/proc/$1/stat"; }
-run_ns() { awk '{ print $1 }' "/proc/$1/schedstat"; }
+run_ns() { cat /proc/"$1"/task/*/schedstat | awk '{ n += $1 } END { printf "%.0f\n", n }'; }
 now() { date +%s.%N; }
 hz=$(getconf CLK_TCK)
 
@@ -134,8 +136,15 @@ sleep 3
 curl -sN -H "Authorization: Bearer $token" "$base/api/events" > "$work/events.txt" &
 curl_pid=$!
 pids+=("$curl_pid")
+# Over the same window the exporter is scraped once a second, as a client
+# that follows the figures each second would.
+( while :; do curl -s "http://127.0.0.1:$exporter_port/metrics" -o /dev/null; sleep 1; done ) &
+scraper_pid=$!
+pids+=("$scraper_pid")
 sleep 2
-curl_server=$(measure "$server_pid" | awk '{ print $1 "/" $2 }')
+read -r curl_server scraped_exporter < <(measure "$server_pid" "$exporter_pid" | paste -sd' ' | awk '{ print $1 "/" $2, $3 "/" $4 }')
+kill -TERM "$scraper_pid" 2>/dev/null || true
+wait "$scraper_pid" 2>/dev/null || true
 frames=$(grep -c '^event: frame' "$work/events.txt" || true)
 kill -TERM "$curl_pid" 2>/dev/null || true
 wait "$curl_pid" 2>/dev/null || true
@@ -158,6 +167,8 @@ printf "  %-44s %s   (connections to the console: %s at start, %s at end)\n" \
 printf "  %-44s %s   (frames received: %s)\n" "tarnex-server, curl -N on /api/events" \
   "$curl_server" "$frames"
 printf "  %-44s %s   (same window as the first line)\n" "node_exporter, unscraped" "$idle_exporter"
+printf "  %-44s %s   (same window as the line of curl -N)\n" "node_exporter, scraped once a second" \
+  "$scraped_exporter"
 echo
 echo "requests per second (wrk, 1 thread, 4 connections, ${wrk_seconds} s):"
 printf "  %-44s %10s req/s  mean latency %-9s non-2xx %s  (%s bytes)\n" \
