@@ -3,7 +3,7 @@
 // wires it, and each input is one request handed to OperatorConsole::Handle
 // without a socket.
 //
-// An input is a byte of credentials, then the request as lines:
+// An input is a byte of flags, then the request as lines:
 //
 //   FLAGS METHOD "\n" TARGET "\n" (NAME ": " VALUE "\n")* "\n" BODY
 //
@@ -15,8 +15,8 @@
 // (for /login), 16 operator steps by number: the body's bytes, two a step,
 // pick a form and one of its commands from the console's own list of forms
 // (the high bit of the first also opens the form), so that every command
-// is within reach without the fuzzer having to spell its name. Half of all
-// inputs therefore pass the token check and reach the API behind it.
+// is within reach without the fuzzer having to spell its name. With bits 1
+// and 2, most inputs pass the token check and reach the API behind it.
 //
 // Besides not crashing, the console keeps these: a request without the token
 // or a session is refused (401) unless it is /login or a page's own file; one
@@ -24,6 +24,7 @@
 // session exactly when the right token comes with it; an operator answer of
 // 200 carries no error; the event stream's first frame is an SSE frame of
 // JSON.
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -209,8 +210,7 @@ std::string Lower(std::string text) {
 // of them, or steps that would end the program (closing the main window, or
 // its two exit commands). Those stop the event loop for good, after which
 // every wait of the application returns at once and no later input would be
-// handled as the running program handles it; the launcher's own tests cover
-// them.
+// handled as the running program handles it.
 bool PassOver(const std::string& body) {
   const json parsed = json::parse(body, nullptr, false);
   std::vector<json> steps;
