@@ -18,6 +18,7 @@
 #include "console/http_console.h"
 #include "core/app.h"
 #include "core/commands.h"
+#include "core/console_hooks.h"
 #include "core/timeline.h"
 #include "ctl.h"
 #include "platform/linux/linux_platform.h"
@@ -303,21 +304,7 @@ int Run(const Options& o) {
 
   // The operator console. A console that cannot start is reported, and the
   // program runs on without it.
-  tarnex::OperatorConsole console(
-      app.ctx(),
-      {[&app] {
-         nlohmann::json dump = tarnex::ModelToJson(app.model());
-         dump["forms"] = app.commands().Dump();
-         return dump;
-       },
-       [&app](const std::vector<nlohmann::json>& given) { return app.commands().Operate(given); },
-       [&app] {
-         nlohmann::json forms = nlohmann::json::array();
-         for (const auto& d : app.commands().Describe()) {
-           forms.push_back({{"form", d.form}, {"fields", d.fields}, {"commands", d.commands}});
-         }
-         return forms;
-       }});
+  tarnex::OperatorConsole console(app.ctx(), tarnex::ConsoleHooksFor(app));
   if (!o.console_host.empty() && !loop.Stopping()) {
     // The pages lie beside the program, in web/, as the build leaves them;
     // the package puts them under share/ beside bin/.

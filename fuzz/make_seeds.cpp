@@ -55,7 +55,8 @@ int main(int argc, char** argv) {
   Corpus profile(root, "profile"), scenario(root, "scenario"), proc_text(root, "proc_text"),
       host_facts(root, "host_facts"), system_facts(root, "system_facts"),
       ram_lines(root, "ram_lines"), harvest_lines(root, "harvest_lines"),
-      dns_reply(root, "dns_reply"), logon(root, "logon"), status_frame(root, "status_frame");
+      dns_reply(root, "dns_reply"), logon(root, "logon"), status_frame(root, "status_frame"),
+      console_request(root, "console_request");
   // The logon: password, code and what a monitor sends, apart by 0 bytes.
   using namespace std::string_literals;
   for (const std::string& seed : {"pw\0code\0CHKpwcode"s, "pw\0code\0CHKPWxx"s, "\0\0CHK"s,
@@ -77,6 +78,48 @@ int main(int argc, char** argv) {
                            "3", "1", "2400 MHz", "C:", "123456", "1.2 GB / 3.4 GB", "12",
                            "3 Hrs - 02 Min - 05 Sec", "Next File BU: 2 Hrs", "ok", "6 GB / 9 GB"}));
   status_frame.Add(joined({"0", "", "", "", "0", "0", "0", " MHz"}));
+
+  // The console's requests: a byte of flags (1 the token, 2 a session, 4 the
+  // console's origin, 8 the token for /login, 16 steps by number), then the
+  // method, the target, headers and, after an empty line, the body.
+  const auto request = [&console_request](
+                           char flags, const std::string& method, const std::string& target,
+                           const std::string& headers = "", const std::string& body = "") {
+    console_request.Add(std::string(1, flags) + method + "\n" + target + "\n" + headers + "\n" +
+                        body);
+  };
+  request('\x01', "GET", "/api/model");
+  request('\x01', "GET", "/api/model?fields=CPUUsage,BNVal,frmServer.LeftCap");
+  request('\x02', "GET", "/api/model?fields=forms,nothing");
+  request('\x01', "GET", "/metrics");
+  request('\x01', "HEAD", "/metrics");
+  request('\x01', "GET", "/api/forms");
+  request('\x01', "GET", "/api/events");
+  request('\x00', "GET", "/api/model");
+  request('\x00', "GET", "/");
+  request('\x00', "GET", "/console.js");
+  request('\x08', "GET", "/login");
+  request('\x00', "GET", "/login?token=0123");
+  request('\x01', "POST", "/api/operator", "Content-Type: application/json\n",
+          R"({"form": "frmServer", "open": true})");
+  request('\x06', "POST", "/api/operator", "Content-Type: application/json\n",
+          R"([{"form": "frmServer", "close": true}, {"do": "Command3"}])");
+  request('\x01', "POST", "/api/operator", "Origin: http://elsewhere.example\n",
+          R"({"do": "mnubw"})");
+  request('\x01', "POST", "/api/operator", "",
+          R"([{"form": "sendmsg", "open": true, "set": {"Text1": "hello"}},)"
+          R"( {"form": "sendmsg", "do": "Quit"}])");
+  request('\x01', "POST", "/api/operator", "",
+          R"({"form": "email", "open": true, "set": {"autosend": 1}, "answer": "yes"})");
+  request('\x01', "POST", "/api/operator", "", R"({"set": {"LogAllSeconds": 60}})");
+  request('\x01', "POST", "/api/operator", "", R"({"at": 5, "do": "Command1"})");
+  request('\x01', "POST", "/api/operator", "", R"({"do": "Command2"})");
+  request('\x01', "POST", "/api/operator", "", "[1, 2");
+  // Steps by number (16): pairs of a form's and a command's number.
+  request('\x11', "POST", "/api/operator", "", "\x81\x00\x01\x05\x02\x01"s);
+  request('\x11', "POST", "/api/operator", "", "\x00\x03\x00\x09\x83\x02\x04\x00"s);
+  request('\x01', "PUT", "/api/model");
+  request('\x01', "GET", "/api/nothing");
 
   for (const auto& entry : fs::recursive_directory_iterator(data)) {
     if (!entry.is_regular_file() || entry.file_size() > kLargestSeed) continue;
@@ -115,7 +158,7 @@ int main(int argc, char** argv) {
     }
   }
   for (const Corpus* c : {&profile, &scenario, &proc_text, &host_facts, &system_facts, &ram_lines,
-                          &harvest_lines, &dns_reply, &logon, &status_frame}) {
+                          &harvest_lines, &dns_reply, &logon, &status_frame, &console_request}) {
     std::cout << c->dir().filename().string() << ": " << c->count() << " seeds\n";
     if (c->count() == 0) return 1;
   }
