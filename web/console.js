@@ -57,6 +57,8 @@ function formValues(form) {
   return form === "MainFrm" ? model : ((model.forms || {})[form] || {});
 }
 
+const asked = new Set();  // questions the page put to the operator itself
+
 // Runs operator steps, one request after another in the order asked.
 function operate(steps) {
   const run = async () => {
@@ -87,8 +89,6 @@ function operate(steps) {
   queue = queue.then(run, run);
   return queue;
 }
-
-const asked = new Set();  // questions the page put to the operator itself
 
 const stepOf = (page, extra) => (page.form === "MainFrm" ? extra : Object.assign({form: page.form}, extra));
 

@@ -21,6 +21,7 @@ import time
 
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
+from selenium.common.exceptions import NoSuchElementException, StaleElementReferenceException
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.support.ui import WebDriverWait
@@ -29,9 +30,14 @@ GIVE_UP = 60  # seconds to wait for anything before the test fails
 
 
 def wait_for(what, check, timeout=GIVE_UP):
+    """Waits for `check` to give a true value; an element not there yet (a
+    page loading again, say) is as good as false."""
     end = time.monotonic() + timeout
     while True:
-        value = check()
+        try:
+            value = check()
+        except (NoSuchElementException, StaleElementReferenceException):
+            value = None
         if value:
             return value
         if time.monotonic() > end:
@@ -157,12 +163,15 @@ def every_page(c):
             By.CSS_SELECTOR, "#page-body input, #page-body textarea, #page-body select, "
                              "#page-body button, #page-body table, #page-body pre, #page-body output")
         assert controls, page_id + " shows nothing"
+        # A frame made before the window opened may come after the answer that
+        # opened it: the page is right again with the next frame.
         if form != "MainFrm":
-            assert c.js("return model.forms[arguments[0]].open;", form) is True, page_id
+            wait_for(page_id + " open", lambda: c.js("return model.forms[arguments[0]].open;",
+                                                     form) is True)
         if page_id == "frmServer":
             # The performance console's captions are filled as it opens.
-            rows = c.browser.find_elements(By.CSS_SELECTOR, "#page-body table.pairs tr")
-            assert len(rows) >= 17, len(rows)
+            wait_for("the performance console's rows", lambda: len(c.browser.find_elements(
+                By.CSS_SELECTOR, "#page-body table.pairs tr")) >= 33)
             c.shot("form-server-performance")
         if page_id == "remotes":
             wait_for("five slots", lambda: len(c.browser.find_elements(
