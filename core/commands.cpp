@@ -1,5 +1,7 @@
 #include "core/commands.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <memory>
 
 #include "backup/backup_list.h"
@@ -31,6 +33,16 @@ bool SameName(const std::string& a, const std::string& b) {
 
 std::string FormName(const std::string& form) {
   return form.empty() ? Commands::kMainWindow : form;
+}
+
+// The last `count` texts of a kept list (fewer if it has not kept them all).
+json Latest(const TextList& list, uint64_t count) {
+  json out = json::array();
+  const size_t n = static_cast<size_t>(std::min<uint64_t>(count, list.size()));
+  for (size_t i = list.size() - n; i < list.size(); ++i) {
+    out.push_back(legacy::Cp1252ToUtf8(list[i]));
+  }
+  return out;
 }
 
 }  // namespace
@@ -519,8 +531,8 @@ json Commands::Operate(const std::vector<json>& steps) {
     }
   }
   ServerModel& m = app_.model();
-  const size_t messages = m.OperatorMessages.size();
-  const size_t questions = m.OperatorQuestions.size();
+  const uint64_t messages = app_.ctx().MessagesShown();
+  const uint64_t questions = app_.ctx().QuestionsAsked();
   int done = 0;
   for (size_t i = 0; i < steps.size(); ++i) {
     if (std::string problem = Run(steps[i]); !problem.empty()) {
@@ -553,16 +565,8 @@ json Commands::Operate(const std::vector<json>& steps) {
     for (const Field& f : form->fields) fields[f.name] = f.get(m);
   }
   answer["fields"] = std::move(fields);
-  json raised = json::array();
-  for (size_t i = messages; i < m.OperatorMessages.size(); ++i) {
-    raised.push_back(legacy::Cp1252ToUtf8(m.OperatorMessages[i]));
-  }
-  answer["messages"] = std::move(raised);
-  raised = json::array();
-  for (size_t i = questions; i < m.OperatorQuestions.size(); ++i) {
-    raised.push_back(legacy::Cp1252ToUtf8(m.OperatorQuestions[i]));
-  }
-  answer["questions"] = std::move(raised);
+  answer["messages"] = Latest(m.OperatorMessages, app_.ctx().MessagesShown() - messages);
+  answer["questions"] = Latest(m.OperatorQuestions, app_.ctx().QuestionsAsked() - questions);
   return answer;
 }
 

@@ -41,13 +41,23 @@ double Context::ReadCounter(int32_t handle) {
   return platform_.Counters().GetDoubleCounterValue(handle, status);
 }
 
+namespace {
+
+void Keep(TextList& list, const std::string& text, uint64_t& count) {
+  if (list.size() >= Context::kKeptRaised) list.erase(list.begin());
+  list.push_back(text);
+  ++count;
+}
+
+}  // namespace
+
 void Context::ShowMessage(const std::string& text) {
-  model_.OperatorMessages.push_back(text);
+  Keep(model_.OperatorMessages, text, messages_shown_);
   platform_.ShowMessage(text);
 }
 
 bool Context::AskYesNo(const std::string& text) {
-  model_.OperatorQuestions.push_back(text);
+  Keep(model_.OperatorQuestions, text, questions_asked_);
   if (answer_ >= 0) {
     const bool yes = answer_ == 1;
     answer_ = -1;

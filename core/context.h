@@ -52,6 +52,12 @@ class Context {
   // A yes/no question for the operator, kept in the model too: answered by
   // the answer given beforehand (an operator step's), else by the machine.
   bool AskYesNo(const std::string& text);
+  // The model keeps the most recent messages and questions only, so a server
+  // that runs for months does not carry all it ever said in each dump; these
+  // count every one raised since start.
+  static constexpr size_t kKeptRaised = 100;
+  uint64_t MessagesShown() const { return messages_shown_; }
+  uint64_t QuestionsAsked() const { return questions_asked_; }
   void GiveAnswer(bool yes) { answer_ = yes ? 1 : 0; }
   void ForgetAnswer() { answer_ = -1; }
 
@@ -68,6 +74,8 @@ class Context {
   // Settings file names mapped to host paths in this turn.
   std::unordered_map<std::string, std::string> native_names_;
   int answer_ = -1;  // the next question's answer given beforehand; -1: none
+  uint64_t messages_shown_ = 0;
+  uint64_t questions_asked_ = 0;
 };
 
 // A flag read from the settings ("1", "0", "True", "False"): the empty text

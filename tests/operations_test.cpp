@@ -466,6 +466,28 @@ TEST_F(Operations, TheBandwidthWindowWritesTheSummaryBlockNamingAnotherFileAndCl
   EXPECT_EQ(s_.sim().messages.back(), "Date written to " + s_.dir() + "\\Bin\\BWSummary.txt");
 }
 
+TEST_F(Operations, TheModelKeepsTheLatestHundredMessagesAndAStepStillGetsItsOwn) {
+  Start();
+  for (int i = 0; i < 150; ++i) s_.ctx().ShowMessage("message " + std::to_string(i));
+  for (int i = 0; i < 120; ++i) s_.ctx().AskYesNo("question " + std::to_string(i));
+  ASSERT_EQ(m().OperatorMessages.size(), 100u);
+  EXPECT_EQ(m().OperatorMessages.front(), "message 50");
+  EXPECT_EQ(m().OperatorMessages.back(), "message 149");
+  ASSERT_EQ(m().OperatorQuestions.size(), 100u);
+  EXPECT_EQ(m().OperatorQuestions.front(), "question 20");
+  EXPECT_EQ(s_.ctx().MessagesShown(), 150u);
+  EXPECT_EQ(s_.ctx().QuestionsAsked(), 120u);
+
+  const json answer =
+      c().Operate({json{{"do", "mnubw"}}, json{{"form", "frmBWSum"}, {"do", "Command2"}}});
+  EXPECT_EQ(answer["error"], "");
+  EXPECT_EQ(answer["messages"],
+            json::array({"Date written to " + s_.dir() + "\\Bin\\BWSummary.txt"}));
+  EXPECT_EQ(answer["questions"], json::array());
+  EXPECT_EQ(m().OperatorMessages.size(), 100u);
+  EXPECT_EQ(m().OperatorMessages.front(), "message 51");
+}
+
 // The timeline.
 
 TEST_F(Operations, TimelineStepsRunInOrderAtTheFirstTurnAtOrAfterTheirTime) {
