@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "base/legacy.h"
+#include "base/port.h"
 #include "console/metrics.h"
 
 namespace tarnex {
@@ -76,7 +77,7 @@ bool ParseConsoleAddress(const std::string& text, std::string& host, int& port) 
   port = 0;
   if (text == "off") return true;
   const size_t colon = text.rfind(':');
-  if (colon == std::string::npos || colon == 0 || colon + 1 >= text.size()) return false;
+  if (colon == std::string::npos || colon == 0) return false;
   std::string h = text.substr(0, colon);
   if (h.front() == '[') {
     if (h.size() < 3 || h.back() != ']') return false;
@@ -84,12 +85,8 @@ bool ParseConsoleAddress(const std::string& text, std::string& host, int& port) 
   } else if (h.find(':') != std::string::npos) {
     return false;  // an IPv6 host goes in brackets
   }
-  const std::string digits = text.substr(colon + 1);
-  if (digits.size() > 5 || digits.find_first_not_of("0123456789") != std::string::npos) {
-    return false;
-  }
-  const int p = std::atoi(digits.c_str());
-  if (p > 65535) return false;
+  int p = 0;
+  if (!ParsePort(text.substr(colon + 1), p)) return false;
   host = h;
   port = p;
   return true;

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "base/port.h"
 #include "console/http_console.h"
 #include "platform/native/http_client.h"
 #include "platform/native/http_server.h"
@@ -109,6 +110,20 @@ TEST(ConsoleAddress, HostAndPortOrOff) {
   for (const char* bad : {"", "127.0.0.1", ":80", "127.0.0.1:", "127.0.0.1:65536", "::1:80",
                           "127.0.0.1:8x", "[::1:80"}) {
     EXPECT_FALSE(ParseConsoleAddress(bad, host, port)) << bad;
+  }
+}
+
+TEST(Port, OneToFiveDigitsFrom0To65535AndNothingElse) {
+  int port = -1;
+  ASSERT_TRUE(ParsePort("00080", port));
+  EXPECT_EQ(port, 80);
+  ASSERT_TRUE(ParsePort("65535", port));
+  EXPECT_EQ(port, 65535);
+  ASSERT_TRUE(ParsePort("0", port));
+  EXPECT_EQ(port, 0);
+  for (const char* bad : {"", "65536", "123456", "8x", "-1", " 80", "+80"}) {
+    EXPECT_FALSE(ParsePort(bad, port)) << bad;
+    EXPECT_EQ(port, 0) << "left as it was";
   }
 }
 

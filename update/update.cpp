@@ -1,6 +1,7 @@
 #include "update/update.h"
 
 #include "base/legacy.h"
+#include "base/port.h"
 
 namespace tarnex {
 
@@ -13,13 +14,7 @@ bool ParseUpdateServer(const std::string& text, std::string& host, int& port) {
   host = text.substr(0, colon);
   port = kUpdatePort;
   if (colon != std::string::npos) {
-    const std::string digits = text.substr(colon + 1);
-    if (digits.empty() || digits.size() > 5 ||
-        digits.find_first_not_of("0123456789") != std::string::npos) {
-      return false;
-    }
-    port = std::stoi(digits);
-    if (port < 1 || port > 65535) return false;
+    if (!ParsePort(text.substr(colon + 1), port) || port == 0) return false;
   }
   return !host.empty();
 }

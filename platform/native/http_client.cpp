@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/port.h"
 #include "platform/native/native_network.h"
 
 namespace tarnex {
@@ -26,13 +27,7 @@ bool SplitAddress(const std::string& address, std::string& host, int& port) {
   if (colon == std::string::npos || colon == 0) return false;
   host = rest.substr(0, colon);
   if (host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
-  const std::string digits = rest.substr(colon + 1);
-  if (digits.empty() || digits.size() > 5 ||
-      digits.find_first_not_of("0123456789") != std::string::npos) {
-    return false;
-  }
-  port = std::atoi(digits.c_str());
-  return port > 0 && port <= 65535;
+  return ParsePort(rest.substr(colon + 1), port) && port > 0;
 }
 
 class Socket {
