@@ -1,7 +1,5 @@
 #include "console/http_console.h"
 
-#include <cstdlib>
-
 #include "base/legacy.h"
 #include "base/port.h"
 #include "console/metrics.h"
