@@ -12,37 +12,23 @@ server stops. Screenshots go to the folder given.
 
 import os
 import re
-import shutil
-import signal
-import subprocess
 import sys
-import tempfile
-import time
 
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.common.exceptions import NoSuchElementException, StaleElementReferenceException
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
-from selenium.webdriver.support.ui import WebDriverWait
 
-GIVE_UP = 60  # seconds to wait for anything before the test fails
+import host_server
+from host_server import GIVE_UP
 
 
 def wait_for(what, check, timeout=GIVE_UP):
     """Waits for `check` to give a true value; an element not there yet (a
     page loading again, say) is as good as false."""
-    end = time.monotonic() + timeout
-    while True:
-        try:
-            value = check()
-        except (NoSuchElementException, StaleElementReferenceException):
-            value = None
-        if value:
-            return value
-        if time.monotonic() > end:
-            raise AssertionError("gave up waiting for " + what)
-        time.sleep(0.2)
+    return host_server.wait_for(what, check, timeout,
+                                (NoSuchElementException, StaleElementReferenceException))
 
 
 def read_profile(path, section, key):
@@ -64,12 +50,9 @@ def read_profile(path, section, key):
 class Console:
     def __init__(self, server, shots):
         self.shots = shots
-        self.home = tempfile.mkdtemp(prefix="tarnex-browser-")
-        self.log = open(os.path.join(self.home, "server.log"), "w")
-        self.server = subprocess.Popen(
-            [server, "--app-path", self.home, "--console", "127.0.0.1:0",
-             "--boot-dir", os.path.join(self.home, "boot")],
-            stdout=self.log, stderr=subprocess.STDOUT)
+        self.host = host_server.HostServer(server, "tarnex-browser-")
+        self.home = self.host.home
+        self.server = self.host.process
         self.browser = None
         try:
             self.start_browser()
@@ -78,14 +61,8 @@ class Console:
             raise
 
     def start_browser(self):
-        # The console takes a free port and writes its address and token.
-        address = os.path.join(self.home, "Bin", "Console.address")
-        wait_for("the console's address", lambda: os.path.exists(address)
-                 and os.path.getsize(address) > 0)
-        with open(address) as f:
-            self.base = f.read().strip()
-        with open(os.path.join(self.home, "Bin", "Console.token")) as f:
-            self.token = f.read().strip()
+        self.base = self.host.console()
+        self.token = self.host.token()
         options = webdriver.ChromeOptions()
         options.binary_location = "/usr/bin/chromium"
         for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage",
@@ -98,14 +75,7 @@ class Console:
         """Stops the browser and the server; `keep` leaves the folder to look at."""
         if self.browser:
             self.browser.quit()
-        if self.server.poll() is None:
-            self.server.send_signal(signal.SIGTERM)
-            self.server.wait(GIVE_UP)
-        self.log.close()
-        if keep:
-            print("the server's folder is kept:", self.home)
-        else:
-            shutil.rmtree(self.home, ignore_errors=True)
+        self.host.stop(keep)
 
     def find(self, css):
         return self.browser.find_element(By.CSS_SELECTOR, css)
@@ -321,8 +291,7 @@ def main():
             print("passed:", step.__name__)
     except Exception:
         c.shot("failure")
-        with open(os.path.join(c.home, "server.log")) as f:
-            print("server output:\n" + f.read())
+        print("server output:\n" + c.host.output())
         raise
     finally:
         c.close()

@@ -21,24 +21,12 @@ import socket
 import subprocess
 import sys
 import tempfile
-import time
 import urllib.parse
 import urllib.request
 
 import yaml
 
-GIVE_UP = 60  # seconds to wait for anything before the test fails
-
-
-def wait_for(what, check, timeout=GIVE_UP):
-    end = time.monotonic() + timeout
-    while True:
-        value = check()
-        if value:
-            return value
-        if time.monotonic() > end:
-            raise AssertionError("gave up waiting for " + what)
-        time.sleep(0.5)
+from host_server import GIVE_UP, HostServer, wait_for
 
 
 def free_port():
@@ -108,33 +96,21 @@ class Api:
 def main():
     server, fleet_md = sys.argv[1], sys.argv[2]
     work = tempfile.mkdtemp(prefix="tarnex-fleet-")
-    home = os.path.join(work, "server")
-    os.makedirs(home)
-    log = open(os.path.join(work, "server.log"), "w")
-    srv = subprocess.Popen(
-        [server, "--app-path", home, "--console", "127.0.0.1:0",
-         "--boot-dir", os.path.join(home, "boot")],
-        stdout=log, stderr=subprocess.STDOUT)
+    host = HostServer(server, "tarnex-fleet-server-")
     prom = None
     passed = False
     try:
-        address_file = os.path.join(home, "Bin", "Console.address")
-        wait_for("the console's address",
-                 lambda: os.path.exists(address_file) and os.path.getsize(address_file) > 0)
-        with open(address_file) as f:
-            address = f.read().strip()
-        token_file = os.path.join(home, "Bin", "Console.token")
-        config, jobs, rules = prepare(fleet_md, work, address, token_file)
+        config, jobs, rules = prepare(fleet_md, work, host.console(), host.token_file)
         promtool("check", "config", config)
         promtool("check", "rules", os.path.join(work, "rules.yml"))
 
         port = free_port()
-        prom_log = open(os.path.join(work, "prometheus.log"), "w")
-        prom = subprocess.Popen(
-            ["prometheus", "--config.file=" + config,
-             "--storage.tsdb.path=" + os.path.join(work, "data"),
-             "--web.listen-address=127.0.0.1:%d" % port],
-            stdout=prom_log, stderr=subprocess.STDOUT)
+        with open(os.path.join(work, "prometheus.log"), "w") as prom_log:
+            prom = subprocess.Popen(
+                ["prometheus", "--config.file=" + config,
+                 "--storage.tsdb.path=" + os.path.join(work, "data"),
+                 "--web.listen-address=127.0.0.1:%d" % port],
+                stdout=prom_log, stderr=subprocess.STDOUT)
         api = Api(port)
 
         # Each job scraped: the server's own token lets Prometheus in, the
@@ -194,14 +170,12 @@ def main():
         if prom is not None:
             prom.send_signal(signal.SIGTERM)
             prom.wait(GIVE_UP)
-        srv.send_signal(signal.SIGTERM)
-        srv.wait(GIVE_UP)
-        log.close()
+        status = host.stop(keep=not passed)
         if passed:
             shutil.rmtree(work, ignore_errors=True)
         else:
-            print("kept for a look:", work)
-    assert srv.returncode == 0, "the server ended with %d" % srv.returncode
+            print("Prometheus's folder is kept:", work)
+    assert status == 0, "the server ended with %d" % status
 
 
 if __name__ == "__main__":
