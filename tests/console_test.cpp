@@ -127,6 +127,18 @@ TEST(Port, OneToFiveDigitsFrom0To65535AndNothingElse) {
   }
 }
 
+TEST(HttpClientAddress, OnlyHttpWithAHostAndAPortFrom1To65535IsDialled) {
+  for (const char* bad : {"http://127.0.0.1:0", "http://127.0.0.1:65536", "http://127.0.0.1",
+                          "http://127.0.0.1:", "http://:80", "https://127.0.0.1:80", "127.0.0.1:80",
+                          "http://127.0.0.1:8x"}) {
+    HttpCall call;
+    call.address = bad;
+    const HttpReply r = HttpFetch(call);
+    EXPECT_EQ(r.status, 0) << bad;
+    EXPECT_EQ(r.error, std::string("not an address of the form http://HOST:PORT: '") + bad + "'");
+  }
+}
+
 TEST_F(ConsoleServer, WithoutTheTokenOrWithAWrongOneEveryRequestGets401AndNothingElse) {
   ASSERT_NO_FATAL_FAILURE(Start());
   // The token: 64 hexadecimal digits, readable and writable by the owner only.
